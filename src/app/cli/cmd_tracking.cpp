@@ -1,0 +1,3 @@
+#include "app/cli/cli.h"
+
+void cli_add_tracking(CLI::App&) {}

@@ -1,0 +1,107 @@
+// pava: the GTK 2 program.
+#include <gtk/gtk.h>
+
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+#include "app/core/options.h"
+#include "app/log.h"
+#include "config/prefs_file.h"
+#include "formats/openfile.h"
+#include "formats/picinfo.h"
+#include "gui/mainwnd.h"
+#include "reception/recordinfo.h"
+
+
+namespace {
+
+int sched_recordnow(gpointer) { return FALSE; }
+
+void report_open_error(const char* name, int code) {
+  if (code == 'o')
+    std::fprintf(stderr, "ERROR: Can't open %s\n", name);
+  else if (code == 't')
+    std::fprintf(stderr, "ERROR: %s is unknown file type.\n", name);
+  else
+    std::fprintf(stderr, "ERROR: Problem with reading %s (code %c = %d).\n", name, code, code);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // 1. The three long-lived records, zero-filled.
+  PICINFO* pic = pic_new();
+  auto view = std::make_unique<VIEWINFO>();
+  auto rec = std::make_unique<RECORDINFO>();
+  g_recordinfo = rec.get();
+
+  // 2. Keep the POSIX locale: numbers in files and texts use a decimal point.
+  // A missing display is not fatal until a window is really needed.
+  gtk_disable_setlocale();
+  bool have_display = gtk_init_check(&argc, &argv);
+  if (have_display) gdk_rgb_init();
+
+  // 3.-4. No recording requested yet; preferences read and copied in.
+  rec->rec_chan[0] = '\0';
+  Read_Prefs(argv[0]);
+  Load_Prefs(rec.get(), view.get(), pic);
+
+  // 6. Command line (help, version and option errors end the process here).
+  do_options(argc, argv, pic, view.get(), rec.get());
+  log_configure(prefs.home_dir, prefs.log);
+
+  // 7. Batch options: no window, nothing recorded.
+  if (rec->batch_mode) {
+    pic_delete(pic);
+    return 0;
+  }
+
+  // 8. A trailing file name.
+  if (pic->file_name[0] == '\0' && argc >= 2 && argv[argc - 1][0] != '-' &&
+      argv[argc - 2][0] != '-') {
+    if (std::strlen(argv[argc - 1]) >= sizeof pic->file_name) {
+      std::fprintf(stderr, "Error: Option %s: value too long (at most %d characters).\n",
+                   "<file>", int(sizeof pic->file_name) - 1);
+      pic_delete(pic);
+      return 1;
+    }
+    std::snprintf(pic->file_name, sizeof pic->file_name, "%s", argv[argc - 1]);
+  }
+
+  // 9. Open the picture named on the command line.
+  if (pic->file_name[0]) {
+    prefs.sep_track_wnd = 0;
+    int r = open_file(pic, view.get(), nullptr, pic->file_type);
+    if (r) {
+      report_open_error(pic->file_name, r);
+      close_picfile(pic);
+      pic_delete(pic);
+      return 1;
+    }
+  }
+
+  if (!have_display) {
+    std::fputs("Error: can't open display.\n", stderr);
+    close_picfile(pic);
+    pic_delete(pic);
+    return 1;
+  }
+
+  // 10. The main window.
+  GtkWidget* window = make_gui(pic, view.get(), rec.get());
+  Set_Enable_Update(window, 1);
+  gtk_widget_show_all(window);
+
+  // 11. A command-line recording starts once the main loop runs.
+  if (rec->rec_chan[0]) g_idle_add(sched_recordnow, window);
+
+  // 14. Main loop.
+  Update_Main(window);
+  gtk_main();
+
+  // 15. Shutdown.
+  close_picfile(pic);
+  pic_delete(pic);
+  return 0;
+}

@@ -1,0 +1,3 @@
+#include "reception/recordinfo.h"
+
+RECORDINFO* g_recordinfo = nullptr;
