@@ -346,7 +346,9 @@ void Format_Pref(const PREFITEMS* it, char* buf, std::size_t size) {
     std::snprintf(buf, size, "%d", *it->ival[0]);
   } else if (it->fval[0]) {
     double a = *it->fval[0];
-    if (is_angle_key(it->name)) a /= PREFS_DEG2RAD;
+    // Degrees rounded to float first: a value typed in degrees is written
+    // back as typed (33.5, not 33.500002).
+    if (is_angle_key(it->name)) a = static_cast<float>(a / PREFS_DEG2RAD);
     if (it->fval[1])
       std::snprintf(buf, size, "%f%c%f", a, it->sep, static_cast<double>(*it->fval[1]));
     else
