@@ -241,7 +241,11 @@ void Pref_Finish(PREFS* p) {
 int Read_Pref(PREFS* p) {
   PREFITEMS* items = Load_Defaults(p);
   if (p->prefs_file[0]) {
-    if (FILE* fp = std::fopen(p->prefs_file, "rb")) {
+    // Only a regular file: a device such as /dev/zero would never end.
+    struct stat st;
+    FILE* fp = nullptr;
+    if (stat(p->prefs_file, &st) == 0 && S_ISREG(st.st_mode)) fp = std::fopen(p->prefs_file, "rb");
+    if (fp) {
       LineCutter cut{items, p, {}};
       char buf[4096];
       std::size_t n;
