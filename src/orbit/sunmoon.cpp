@@ -153,7 +153,15 @@ int illumination(double ra_m, double dec_m, double dist_er, double lambda_m, dou
   return code;
 }
 
-double julian_centuries(double jd) { return (jd - 2451545.0) / 36525.0; }
+// Julian centuries of dynamical time from J2000 for a UTC Julian date: the
+// mean elements run on dynamical time, ahead of UTC by delta T (about 64 s in
+// 2000, 69 s in 2020; Espenak and Meeus' polynomial for 2005-2050, good to a
+// second or two over 1990-2050). The moon moves 0.5" per second of time.
+double julian_centuries(double jd) {
+  const double y = 2000.0 + (jd - 2451545.0) / 365.25 - 2000.0;
+  const double delta_t = 62.92 + 0.32217 * y + 0.005589 * y * y;
+  return (jd + delta_t / 86400.0 - 2451545.0) / 36525.0;
+}
 
 }  // namespace
 
