@@ -135,7 +135,8 @@ int calc_sat_earth_v2(const struct tm* time, int ms, KEPLER* kepler, ORBIT*, EPO
 void orbit_observer_xyz(const EPOINT* obs, double jd, double xyz[3]) {
   const double f = kFlattening;
   const double a = SGP4_XKMPER + obs->alt;
-  const double slat = std::sin(obs->lat), clat = std::cos(obs->lat);
+  const double lat = obs->lat;
+  const double slat = std::sin(lat), clat = std::cos(lat);
   const double c = 1.0 / std::sqrt(1.0 + f * (f - 2.0) * slat * slat);
   const double theta = Modulus(ThetaG_JD(jd) + obs->lon, kTwoPi);
   xyz[0] = a * c * clat * std::cos(theta);
@@ -150,7 +151,8 @@ static void look_angles(const double sat[3], const EPOINT* obs, double jd, DIREC
   orbit_observer_xyz(obs, jd, o);
   const double rx = sat[0] - o[0], ry = sat[1] - o[1], rz = sat[2] - o[2];
   const double theta = Modulus(ThetaG_JD(jd) + obs->lon, kTwoPi);
-  const double slat = std::sin(obs->lat), clat = std::cos(obs->lat);
+  const double lat = obs->lat;
+  const double slat = std::sin(lat), clat = std::cos(lat);
   const double sth = std::sin(theta), cth = std::cos(theta);
   const double rs = slat * cth * rx + slat * sth * ry - clat * rz;
   const double re = -sth * rx + cth * ry;
@@ -172,9 +174,9 @@ double calceleazim_v2(int ms, const struct tm* time, const EPOINT* sat_xyz, cons
 
 double calceleazim_v1(double h, const EPOINT* sub, const EPOINT* obs, DIRECTION* dir) {
   const double R = 6378135.0;
-  const double dlon = sub->lon - obs->lon;
-  double cosc = std::cos(dlon) * std::cos(sub->lat) * std::cos(obs->lat) +
-                std::sin(sub->lat) * std::sin(obs->lat);
+  const double dlon = static_cast<double>(sub->lon) - obs->lon;
+  const double lat_s = sub->lat, lat_o = obs->lat;
+  double cosc = std::cos(dlon) * std::cos(lat_s) * std::cos(lat_o) + std::sin(lat_s) * std::sin(lat_o);
   if (cosc > 1.0) cosc = 1.0;
   if (cosc < -1.0) cosc = -1.0;
   const double c = std::acos(cosc);
@@ -184,8 +186,8 @@ double calceleazim_v1(double h, const EPOINT* sub, const EPOINT* obs, DIRECTION*
   if (el < -1.0) el = -1.0;
   dir->elev = static_cast<float>(std::acos(el) - kHalfPi);
   const double sinc = std::sin(c);
-  double arg = (sinc * std::cos(obs->lat)) != 0.0
-                   ? (std::sin(sub->lat) - std::sin(obs->lat) * cosc) / (sinc * std::cos(obs->lat))
+  double arg = (sinc * std::cos(lat_o)) != 0.0
+                   ? (std::sin(lat_s) - std::sin(lat_o) * cosc) / (sinc * std::cos(lat_o))
                    : 1.0;
   if (arg > 1.0) arg = 1.0;
   if (arg < -1.0) arg = -1.0;
