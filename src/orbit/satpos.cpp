@@ -98,10 +98,11 @@ int calc_orbitconst_v2(KEPLER* kepler, ORBIT* orbit) {
   return 1;
 }
 
-void orbit_subsat_point(double x, double y, double z, double jd, EPOINT* out) {
+// Sub-satellite point with the Greenwich sidereal angle theta_g given.
+static void subsat_point(double x, double y, double z, double theta_g, EPOINT* out) {
   const double r = std::sqrt(x * x + y * y + z * z);
   if (!(r > 0.0)) return;
-  const double theta = Modulus(ThetaG_JD(jd), kTwoPi);
+  const double theta = theta_g;
   double lon = -(std::atan2(x / r, y / r) + theta - kHalfPi);
   while (lon > M_PI) lon -= 6.2831853;
   while (lon < -M_PI) lon += 6.2831853;
@@ -110,6 +111,10 @@ void orbit_subsat_point(double x, double y, double z, double jd, EPOINT* out) {
   if (lon < -M_PI) lon = -M_PI;
   out->lon = static_cast<float>(lon);
   out->lat = static_cast<float>(std::asin(z / r));
+}
+
+void orbit_subsat_point(double x, double y, double z, double jd, EPOINT* out) {
+  subsat_point(x, y, z, Modulus(ThetaG_JD(jd), kTwoPi), out);
 }
 
 int calc_sat_earth_v2(const struct tm* time, int ms, KEPLER* kepler, ORBIT*, EPOINT* earth_out,
@@ -132,25 +137,31 @@ int calc_sat_earth_v2(const struct tm* time, int ms, KEPLER* kepler, ORBIT*, EPO
   return 0;
 }
 
-void orbit_observer_xyz(const EPOINT* obs, double jd, double xyz[3]) {
+// Observer position with the Greenwich sidereal angle theta_g given.
+static void observer_xyz(const EPOINT* obs, double theta_g, double xyz[3]) {
   const double f = kFlattening;
   const double a = SGP4_XKMPER + obs->alt;
   const double lat = obs->lat;
   const double slat = std::sin(lat), clat = std::cos(lat);
   const double c = 1.0 / std::sqrt(1.0 + f * (f - 2.0) * slat * slat);
-  const double theta = Modulus(ThetaG_JD(jd) + obs->lon, kTwoPi);
+  const double theta = Modulus(theta_g + obs->lon, kTwoPi);
   xyz[0] = a * c * clat * std::cos(theta);
   xyz[1] = a * c * clat * std::sin(theta);
   xyz[2] = a * (1.0 - f) * (1.0 - f) * c * slat;
 }
 
+void orbit_observer_xyz(const EPOINT* obs, double jd, double xyz[3]) {
+  observer_xyz(obs, ThetaG_JD(jd), xyz);
+}
+
 // Look angles in the observer's horizon frame: the range vector projected on
 // south (rS), east (rE) and the ellipsoid normal (rZ).
-static void look_angles(const double sat[3], const EPOINT* obs, double jd, DIRECTION* out) {
-  double o[3];
-  orbit_observer_xyz(obs, jd, o);
+// theta_g: the Greenwich sidereal angle; o receives the observer's position.
+static void look_angles(const double sat[3], const EPOINT* obs, double theta_g, DIRECTION* out,
+                        double o[3]) {
+  observer_xyz(obs, theta_g, o);
   const double rx = sat[0] - o[0], ry = sat[1] - o[1], rz = sat[2] - o[2];
-  const double theta = Modulus(ThetaG_JD(jd) + obs->lon, kTwoPi);
+  const double theta = Modulus(theta_g + obs->lon, kTwoPi);
   const double lat = obs->lat;
   const double slat = std::sin(lat), clat = std::cos(lat);
   const double sth = std::sin(theta), cth = std::cos(theta);
@@ -168,7 +179,8 @@ double calceleazim_v2(int ms, const struct tm* time, const EPOINT* sat_xyz, cons
                       DIRECTION* out) {
   const double jd = jd_of(time, ms);
   const double s[3] = {sat_xyz->x, sat_xyz->y, sat_xyz->z};
-  look_angles(s, observer, jd, out);
+  double o[3];
+  look_angles(s, observer, ThetaG_JD(jd), out, o);
   return std::sqrt(s[0] * s[0] + s[1] * s[1] + s[2] * s[2]) * 1000.0 - 6378135.0;
 }
 
@@ -176,7 +188,8 @@ double calceleazim_v1(double h, const EPOINT* sub, const EPOINT* obs, DIRECTION*
   const double R = 6378135.0;
   const double dlon = static_cast<double>(sub->lon) - obs->lon;
   const double lat_s = sub->lat, lat_o = obs->lat;
-  double cosc = std::cos(dlon) * std::cos(lat_s) * std::cos(lat_o) + std::sin(lat_s) * std::sin(lat_o);
+  double cosc =
+      std::cos(dlon) * std::cos(lat_s) * std::cos(lat_o) + std::sin(lat_s) * std::sin(lat_o);
   if (cosc > 1.0) cosc = 1.0;
   if (cosc < -1.0) cosc = -1.0;
   const double c = std::acos(cosc);
@@ -201,9 +214,8 @@ double calceleazim_v1(double h, const EPOINT* sub, const EPOINT* obs, DIRECTION*
 
 // TEME position and velocity of any object kind at Julian date jd, with its
 // sub-point and height. Returns 0 or the model's error.
-static int object_state(SAT* sat, const struct tm* time, int ms, double pos[3], double vel[3],
-                        EPOINT* sub, double* height_m) {
-  const double jd = jd_of(time, ms);
+static int object_state(SAT* sat, const struct tm* time, double jd, double theta_g, double pos[3],
+                        double vel[3], EPOINT* sub, double* height_m) {
   vel[0] = vel[1] = vel[2] = 0.0;
   if (sat->type == sun) {
     const EPOINT s = calc_sun(time);
@@ -217,7 +229,7 @@ static int object_state(SAT* sat, const struct tm* time, int ms, double pos[3], 
     double ra, dec, dist_er;
     moon_geocentric(time, &ra, &dec, &dist_er, &sat->m_ilum);
     // Sub-lunar point: right ascension less the Greenwich sidereal angle.
-    double lon = Modulus(ra - ThetaG_JD(jd) + M_PI, kTwoPi) - M_PI;
+    double lon = Modulus(ra - theta_g + M_PI, kTwoPi) - M_PI;
     sub->lon = static_cast<float>(lon);
     sub->lat = static_cast<float>(dec);
     const double dist_km = dist_er * SGP4_XKMPER;
@@ -227,7 +239,7 @@ static int object_state(SAT* sat, const struct tm* time, int ms, double pos[3], 
   }
   const int rc = orbit_teme_posvel(&sat->kepler, jd, pos, vel);
   if (rc != SGP4_OK) return rc;
-  orbit_subsat_point(pos[0], pos[1], pos[2], jd, sub);
+  subsat_point(pos[0], pos[1], pos[2], theta_g, sub);
   *height_m =
       (std::sqrt(pos[0] * pos[0] + pos[1] * pos[1] + pos[2] * pos[2]) - SGP4_XKMPER) * 1000.0;
   return 0;
@@ -237,7 +249,8 @@ int calc_onepos(SAT* sat, const struct tm* time, int ms, EPOINT* subsat_out, EPO
                 double* height_m) {
   double pos[3], vel[3], h = 0.0;
   EPOINT sub = subsat_out ? *subsat_out : EPOINT{};
-  const int rc = object_state(sat, time, ms, pos, vel, &sub, &h);
+  const double jd = jd_of(time, ms);
+  const int rc = object_state(sat, time, jd, ThetaG_JD(jd), pos, vel, &sub, &h);
   if (rc != 0) return rc;
   if (sat->do_forcepos) {
     sub.lon = sat->forced_pos.lon;
@@ -260,7 +273,9 @@ void calc_satrelpos(EPOINT* subsat_out, DIRECTION* dir_out, const EPOINT* observ
                     const tm_s* time, const ROTOR* rotor) {
   double pos[3], vel[3], h = 0.0;
   EPOINT sub = subsat_out ? *subsat_out : EPOINT{};
-  if (object_state(sat, &time->tm, time->ms, pos, vel, &sub, &h) != 0) return;
+  const double jd = jd_of(&time->tm, time->ms);
+  const double theta_g = ThetaG_JD(jd);
+  if (object_state(sat, &time->tm, jd, theta_g, pos, vel, &sub, &h) != 0) return;
   if (sat->do_forcepos) {
     sub.lon = sat->forced_pos.lon;
     sub.lat = sat->forced_pos.lat;
@@ -277,12 +292,10 @@ void calc_satrelpos(EPOINT* subsat_out, DIRECTION* dir_out, const EPOINT* observ
     calceleazim_v1(h, &sub, observer, dir_out);
     dir_out->velo = 0.0;
   } else {
-    const double jd = jd_of(&time->tm, time->ms);
-    look_angles(pos, observer, jd, dir_out);
+    double o[3];
+    look_angles(pos, observer, theta_g, dir_out, o);
     // Range rate: relative velocity (the observer turns with the earth)
     // along the line of sight.
-    double o[3];
-    orbit_observer_xyz(observer, jd, o);
     const double rel[3] = {pos[0] - o[0], pos[1] - o[1], pos[2] - o[2]};
     const double v[3] = {vel[0] + kEarthOmega * o[1], vel[1] - kEarthOmega * o[0], vel[2]};
     dir_out->velo =

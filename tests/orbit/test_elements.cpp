@@ -95,8 +95,8 @@ TEST(ElementReader, EpochYearRule) {
   for (const Row& r : rows) {
     char name[TLE_LINEBUF];
     KEPLER k;
-    ASSERT_TRUE(read_text(std::string("X\n") + with_field(kL1, 18, r.year) + "\n" + kL2 + "\n",
-                          name, &k));
+    ASSERT_TRUE(
+        read_text(std::string("X\n") + with_field(kL1, 18, r.year) + "\n" + kL2 + "\n", name, &k));
     EXPECT_EQ(k.epoch_year, r.expect) << r.why;
   }
 }
@@ -119,8 +119,8 @@ TEST(ElementReader, ImpliedDecimalBstar) {
   for (const Row& r : rows) {
     char name[TLE_LINEBUF];
     KEPLER k;
-    ASSERT_TRUE(read_text(std::string("X\n") + with_field(kL1, 53, r.field) + "\n" + kL2 + "\n",
-                          name, &k));
+    ASSERT_TRUE(
+        read_text(std::string("X\n") + with_field(kL1, 53, r.field) + "\n" + kL2 + "\n", name, &k));
     EXPECT_NEAR(k.bstar, r.expect, std::fabs(r.expect) * 1e-6 + 1e-12) << r.why;
     EXPECT_NEAR(k.tle.bstar, r.expect, std::fabs(r.expect) * 1e-12 + 1e-15) << r.why;
   }
@@ -131,9 +131,8 @@ TEST(ElementReader, EpochKeptInDoublePrecision) {
   // fraction (1e-8 day) must survive into the model's epoch.
   char name[TLE_LINEBUF];
   KEPLER k;
-  ASSERT_TRUE(read_text(std::string("X\n") + with_field(kL1, 18, "20365.12345678") + "\n" + kL2 +
-                            "\n",
-                        name, &k));
+  ASSERT_TRUE(read_text(
+      std::string("X\n") + with_field(kL1, 18, "20365.12345678") + "\n" + kL2 + "\n", name, &k));
   EXPECT_DOUBLE_EQ(k.epoch_day, 365.12345678);
   ORBIT o{};
   calc_orbitconst_v2(&k, &o);
@@ -168,14 +167,13 @@ TEST(ElementReader, LongLinesAreSkippedWithoutDisturbingTheBuffers) {
   // A 98-character line plus its line feed fills the 99 characters read at a
   // time: it is ignored, and the name line before it stays the name.
   const std::string longline(98, 'x');
-  ASSERT_TRUE(read_text(std::string("NAME\n") + kL1 + "\n" + longline + "\n" + kL2 + "\n", name,
-                        &k));
+  ASSERT_TRUE(
+      read_text(std::string("NAME\n") + kL1 + "\n" + longline + "\n" + kL2 + "\n", name, &k));
   EXPECT_STREQ(name, "NAME");
   EXPECT_FLOAT_EQ(k.motion, 14.12436128f);
   // 97 characters plus the line feed is an ordinary line and breaks the pair.
-  EXPECT_FALSE(read_text(std::string("NAME\n") + kL1 + "\n" + std::string(97, 'x') + "\n" + kL2 +
-                             "\n",
-                         name, &k));
+  EXPECT_FALSE(read_text(
+      std::string("NAME\n") + kL1 + "\n" + std::string(97, 'x') + "\n" + kL2 + "\n", name, &k));
 }
 
 TEST(ElementReader, RealSnapshots) {
@@ -281,7 +279,8 @@ TEST(Database, FilesAndCopies) {
   FNORAD* f = add_noradfile(&files, testutil::source_path("data/weather.txt").c_str());
   ASSERT_NE(f, nullptr);
   EXPECT_EQ(files, f);
-  FNORAD* g = add_noradfile(&files, testutil::shared_path("testdata/tle/weather_2017-05-07.txt").c_str());
+  FNORAD* g =
+      add_noradfile(&files, testutil::shared_path("testdata/tle/weather_2017-05-07.txt").c_str());
   ASSERT_NE(g, nullptr);
   EXPECT_EQ(files->next, g);
   EXPECT_EQ(count(f->sat), 15);

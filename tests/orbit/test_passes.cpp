@@ -137,8 +137,8 @@ TEST(Predict, HundredPassLimit) {
   const struct tm start = orbit_test::utc(2020, 10, 27, 4, 10);
   TRACK tr{};
   struct tm stop;
-  EXPECT_FALSE(predict(s, &start, &stop, &tr, &kObs, nullptr, 0.0f, static_cast<float>(91 * kDeg),
-                       false));
+  EXPECT_FALSE(
+      predict(s, &start, &stop, &tr, &kObs, nullptr, 0.0f, static_cast<float>(91 * kDeg), false));
   Remove_Sat(s);
 }
 
@@ -148,8 +148,8 @@ TEST(Predict, MoonAcceptsAnyPass) {
   const struct tm start = orbit_test::utc(2020, 10, 27);
   TRACK tr{};
   struct tm stop;
-  ASSERT_TRUE(predict(s, &start, &stop, &tr, &kObs, nullptr, 0.0f, static_cast<float>(89 * kDeg),
-                      true));
+  ASSERT_TRUE(
+      predict(s, &start, &stop, &tr, &kObs, nullptr, 0.0f, static_cast<float>(89 * kDeg), true));
   EXPECT_LT(tr.max_elev, 89 * kDeg);
   EXPECT_GT(tr.max_elev, 0.0f);
   // The moon stays up for hours.
@@ -187,11 +187,13 @@ time_t fixed_now() { return g_now; }
 
 TEST(FirstPasses, MergedInTimeOrder) {
   SAT* list = weather("*");
-  ASSERT_EQ([&] {
-    int n = 0;
-    for (SAT* s = list; s; s = s->next) n++;
-    return n;
-  }(), 15);
+  ASSERT_EQ(
+      [&] {
+        int n = 0;
+        for (SAT* s = list; s; s = s->next) n++;
+        return n;
+      }(),
+      15);
   prefs.refpos = kObs;
   prefs.elev_horiz = 0.0f;
   prefs.tm_off = TM_OFFSET{};

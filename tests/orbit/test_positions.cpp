@@ -115,8 +115,10 @@ TEST(LookAngles, ZenithAndHorizonGeometry) {
   const double h = calceleazim_v2(0, &t, &sat, &obs, &d);
   EXPECT_NEAR(d.elev, M_PI / 2, 1e-3);
   EXPECT_NEAR(d.dist, 800.0, 1e-2);
-  EXPECT_NEAR(h, (std::sqrt(double(sat.x) * sat.x + double(sat.y) * sat.y + double(sat.z) * sat.z) -
-                  6378.135) * 1000.0,
+  EXPECT_NEAR(h,
+              (std::sqrt(double(sat.x) * sat.x + double(sat.y) * sat.y + double(sat.z) * sat.z) -
+               6378.135) *
+                  1000.0,
               1.0);
   // North of the observer along the meridian: azimuth 0 (or 2 pi).
   const double north[3] = {-std::sin(obs.lat) * std::cos(th), -std::sin(obs.lat) * std::sin(th),
