@@ -108,7 +108,11 @@ json kepler_json(const SAT* s) {
   json j;
   j["name"] = s->satname;
   j["norad"] = k.tle.norad_number;
-  j["epoch"] = iso(s->orbit.ref_tm);
+  // The epoch to the millisecond, from the double-precision day.
+  const double epoch_ms = std::round((k.tle.epoch - 2440587.5) * 86400000.0);
+  const double epoch_s = std::floor(epoch_ms / 1000.0);
+  j["epoch"] = iso(pava::gmtime_utc(static_cast<time_t>(epoch_s)),
+                   static_cast<int>(epoch_ms - epoch_s * 1000.0));
   j["epoch_year"] = k.epoch_year;
   j["epoch_day"] = k.epoch_day;
   j["epoch_jd"] = k.tle.epoch;
