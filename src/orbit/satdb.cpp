@@ -36,6 +36,21 @@ double field(const char* line, int from, int to) {
   return std::atof(tmp);
 }
 
+// Conversions of read numbers that may be anything ("9e999" fits in five
+// columns): out-of-range values are clamped, not undefined.
+int to_int(double v) {
+  if (!(v == v)) return 0;
+  if (v >= 2147483647.0) return 2147483647;
+  if (v <= -2147483648.0) return -2147483647 - 1;
+  return static_cast<int>(v);
+}
+
+float to_float(double v) {
+  if (v > 3.0e38) return 3.0e38f;
+  if (v < -3.0e38) return -3.0e38f;
+  return static_cast<float>(v);
+}
+
 // Implied-decimal number of the element lines, " 11606-4" = 0.11606e-4:
 //
 //   [0] sign or blank  [1..5] mantissa digits  [6] exponent sign  [7] exponent
@@ -82,11 +97,11 @@ void tle_from_text(const char* l1, const char* l2, KEPLER* k) {
   t->xndd6o = 2.0 * kPiD * implied_decimal_d(tmp) / (1440.0 * 1440.0 * 1440.0);
   cut(l1, 53, 60, tmp);
   t->bstar = implied_decimal_d(tmp);
-  t->norad_number = static_cast<int>(field(l1, 2, 6));
+  t->norad_number = to_int(field(l1, 2, 6));
   t->classification = l1[7];
   cut(l1, 9, 16, t->intl_desig);
-  t->bulletin_number = static_cast<int>(field(l1, 64, 67));
-  t->revolution_number = static_cast<int>(field(l2, 63, 67));
+  t->bulletin_number = to_int(field(l1, 64, 67));
+  t->revolution_number = to_int(field(l2, 63, 67));
   t->ephemeris_type = l1[62];
 }
 
@@ -191,28 +206,28 @@ int read_norad_next_keps(FILE* fp, char* name_out, KEPLER* kepler_out) {
    *           motion (rev/day), 63-67 revolution number */
   KEPLER k{};
   pava::copy_text(k.name, name);
-  k.epoch_year = static_cast<int>(field(l1, 18, 19));
+  k.epoch_year = to_int(field(l1, 18, 19));
   if (k.epoch_year < 70) k.epoch_year += 100;
   k.epoch_day = field(l1, 20, 31);
-  k.decay_rate = static_cast<float>(field(l1, 33, 42));
-  k.decay_rate2 = static_cast<float>(field(l1, 44, 51));
+  k.decay_rate = to_float(field(l1, 33, 42));
+  k.decay_rate2 = to_float(field(l1, 44, 51));
   char tmp[TLE_LINEBUF];
   cut(l1, 53, 60, tmp);
   k.bstar = implied_decimal(tmp);
   k.ephemeris_type = l1[62];
-  k.d_inclination = static_cast<float>(field(l2, 8, 15));
+  k.d_inclination = to_float(field(l2, 8, 15));
   k.inclination = k.d_inclination * kPi / 180.0f;
-  k.d_raan = static_cast<float>(field(l2, 17, 24));
+  k.d_raan = to_float(field(l2, 17, 24));
   k.raan = k.d_raan * kPi / 180.0f;
   char ecc[TLE_LINEBUF] = "0.";
   cut(l2, 26, 32, ecc + 2);
-  k.eccentricity = static_cast<float>(std::atof(ecc));
-  k.d_perigee = static_cast<float>(field(l2, 34, 41));
+  k.eccentricity = to_float(std::atof(ecc));
+  k.d_perigee = to_float(field(l2, 34, 41));
   k.perigee = k.d_perigee * kPi / 180.0f;
-  k.d_anomaly = static_cast<float>(field(l2, 43, 50));
+  k.d_anomaly = to_float(field(l2, 43, 50));
   k.anomaly = k.d_anomaly * kPi / 180.0f;
-  k.motion = static_cast<float>(field(l2, 52, 62));
-  k.epoch_rev = static_cast<long>(field(l2, 63, 67));
+  k.motion = to_float(field(l2, 52, 62));
+  k.epoch_rev = to_int(field(l2, 63, 67));
   tle_from_text(l1, l2, &k);
   *kepler_out = k;
   return 1;
@@ -359,11 +374,11 @@ void orbit_set_clock(OrbitClockFn clock) { g_clock = clock; }
 void mom_tm(struct tm* tm_out, float hours_ahead, const TM_OFFSET* offset) {
   struct tm t = pava::gmtime_utc(clock_now());
   if (offset) {
-    const int h = static_cast<int>(offset->tz_offset);
+    const int h = to_int(offset->tz_offset);
     t.tm_hour += h;
-    t.tm_min += static_cast<int>((offset->tz_offset - h) * 60.0f);
+    t.tm_min += to_int((offset->tz_offset - h) * 60.0);
     pava::mktime_utc(&t);
-    t.tm_sec += static_cast<int>(3600.0f * hours_ahead + static_cast<int>(offset->sec_offset));
+    t.tm_sec += to_int(3600.0 * hours_ahead + to_int(offset->sec_offset));
     pava::mktime_utc(&t);
   }
   *tm_out = t;
@@ -382,10 +397,9 @@ void mom_tmms(tm_s* tms_out, float hours_ahead, const TM_OFFSET* offset) {
   struct tm t = tms_out->tm;
   const time_t secs = pava::mktime_utc(&t);
   if (secs != last_secs) {
-    last_ms =
-        static_cast<int>(1000.0f * (offset->sec_offset - static_cast<int>(offset->sec_offset)));
+    last_ms = to_int(1000.0f * (offset->sec_offset - to_int(offset->sec_offset)));
   } else {
-    last_ms += 100 * (static_cast<int>(offset->reptime * 10.0f) % 10);
+    last_ms += 100 * (to_int(offset->reptime * 10.0f) % 10);
   }
   last_secs = secs;
   tms_out->ms = last_ms;

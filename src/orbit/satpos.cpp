@@ -1,5 +1,6 @@
 #include "orbit/satpos.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "common/timeutil.h"
@@ -67,8 +68,9 @@ int calc_orbitconst_v2(KEPLER* kepler, ORBIT* orbit) {
     // Period from the mean motion, mean height from Kepler's third law:
     // a = R (T / (2 pi sqrt(R^3/GM)))^(2/3).
     orbit->loop_time = 86400.0f / kepler->motion;
-    orbit->height = static_cast<float>(
-        6378135.0 * (std::pow(orbit->loop_time / 6.2831853 / 806.8227510567486, 2.0 / 3.0) - 1.0));
+    const double h =
+        6378135.0 * (std::pow(orbit->loop_time / 6.2831853 / 806.8227510567486, 2.0 / 3.0) - 1.0);
+    orbit->height = static_cast<float>(h < 3.0e38 ? h : 3.0e38);
   }
   tle_t from_fields = kepler->tle;
   kepler2tle(kepler, &from_fields);
@@ -322,9 +324,9 @@ void elevazim2xy(DIRECTION* dir, const ROTOR* rotor) {
 
 int do_xystorm(ROTOR* rotor, int rearm, float reptime) {
   if (rearm) {
-    const float rt = reptime > 0.0f ? reptime : 1.0f;
-    g_count_x = static_cast<int>(rotor->storm_wait_x / rt);
-    g_count_y = static_cast<int>(rotor->storm_wait_y / rt);
+    const double rt = reptime > 0.001f ? reptime : 1.0;
+    g_count_x = static_cast<int>(std::min(rotor->storm_wait_x / rt, 1.0e6));
+    g_count_y = static_cast<int>(std::min(rotor->storm_wait_y / rt, 1.0e6));
     return g_count_x || g_count_y;
   }
   bool waiting = false;
