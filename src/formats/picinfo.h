@@ -21,9 +21,9 @@ struct FRAMEINFO {
   int words_per_frame;  // 10-bit words of one line as stored
   int words_per_line;
   int bytes_per_line;
-  int header_len;       // frame header words kept per line
-  int leader_len;       // words between header and first channel
-  int inter_chan;       // channels stored
+  int header_len;  // frame header words kept per line
+  int leader_len;  // words between header and first channel
+  int inter_chan;  // channels stored
   int dist_chan;
 };
 
@@ -47,7 +47,7 @@ struct XLINE {
   uint8_t* olmask;                // width bytes: grid/coast mask
   ::tm_ms tm_ms;
   EPOINT subsatpos;
-  EPOINT* pos;                    // width earth positions
+  EPOINT* pos;  // width earth positions
   int width;
   int nrchan;
   int linenr;
@@ -70,12 +70,19 @@ struct HRIINFO {
   long pic_start;
 };
 
+// How the words of a picture file are stored, beside its FILE_TYPE.
+enum PIC_CONTAINER {
+  CONT_NATIVE = 0,   // the layout of the file type
+  CONT_RAW16BE = 1,  // raw16: one 10-bit word per big-endian 16-bit word
+  CONT_RAW16LE = 2   // raw16, little-endian
+};
+
 struct GIFDECODER;  // decoder state while reading GIF files
 
 struct PICINFO {
   char work_location[300];
   char file_name[200];
-  FILE* fp;                  // open file of the picture; null: no picture open
+  FILE* fp;  // open file of the picture; null: no picture open
   FILE_TYPE file_type;
   SAT_TYPE sat_type;
   int sat_id;
@@ -84,7 +91,7 @@ struct PICINFO {
   int no_xymapping;
   int reed_solomon;
   int jpg_quality;
-  float max_sens_angle;      // degrees
+  float max_sens_angle;  // degrees
   CLRMAP clrmap;
   FRAMEINFO fri;
   long pic_strt;
@@ -109,6 +116,10 @@ struct PICINFO {
 
   // Lines by number: kept beside the list (see pic_set_lines, pic_line).
   std::vector<XLINE*> line_index;
+
+  // Container of the samples in the file when the file type alone does not say
+  // it: headerless HRPT frames in 16-bit words open as FT_HPT pictures.
+  PIC_CONTAINER container;
 };
 
 // Appends a zero-filled line with nrchan channels of width samples at the end

@@ -13,18 +13,12 @@
 #include "gui/mainwnd.h"
 #include "reception/recordinfo.h"
 
-
 namespace {
 
 int sched_recordnow(gpointer) { return FALSE; }
 
 void report_open_error(const char* name, int code) {
-  if (code == 'o')
-    std::fprintf(stderr, "ERROR: Can't open %s\n", name);
-  else if (code == 't')
-    std::fprintf(stderr, "ERROR: %s is unknown file type.\n", name);
-  else
-    std::fprintf(stderr, "ERROR: Problem with reading %s (code %c = %d).\n", name, code, code);
+  std::fputs(open_error_cmdline(code, name).c_str(), stderr);
 }
 
 }  // namespace
@@ -61,8 +55,8 @@ int main(int argc, char** argv) {
   if (pic->file_name[0] == '\0' && argc >= 2 && argv[argc - 1][0] != '-' &&
       argv[argc - 2][0] != '-') {
     if (std::strlen(argv[argc - 1]) >= sizeof pic->file_name) {
-      std::fprintf(stderr, "Error: Option %s: value too long (at most %d characters).\n",
-                   "<file>", int(sizeof pic->file_name) - 1);
+      std::fprintf(stderr, "Error: Option %s: value too long (at most %d characters).\n", "<file>",
+                   int(sizeof pic->file_name) - 1);
       pic_delete(pic);
       return 1;
     }
