@@ -43,6 +43,7 @@ void set_day_time(struct tm* out, int* ms_out, int day, long msec, const struct 
   struct tm t {};
   t.tm_year = ref ? ref->tm_year : 70;
   int yday = day ? day - 1 : (ref ? ref->tm_yday : 0);
+  while (msec < 0) msec += 86400000L, yday--;  // Moscow time before 03:00
   t.tm_mday = yday + 1;  // January with day overflow: normalising gives month and day
   t.tm_hour = int(msec / 3600000);
   t.tm_min = int(msec / 60000 % 60);

@@ -17,6 +17,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <map>
 #include <vector>
 
 #include "common/bytes.h"
@@ -184,30 +185,21 @@ int search_msu(FILE* fp) {
   std::rewind(fp);
   std::vector<uint8_t> cur(MHRPT2_FRAME), next(MHRPT2_FRAME);
   if (std::fread(cur.data(), 1, MHRPT2_FRAME, fp) != size_t(MHRPT2_FRAME)) return 0;
-  int entry = 0, seen = 0;
+  // A candidate is an exact line sync inside the zones whose frame is followed
+  // by a frame that starts with the sync marker. Every candidate position is
+  // counted; the first position that has come back more than three times is
+  // the first entry, the next different one the second (line starts may
+  // alternate between the two positions).
+  std::map<int, int> seen;
   int pos[2] = {-1, -1};
-  // A candidate is an exact line sync inside a zone whose frame is followed by
-  // a frame that starts with the sync marker. An entry is taken once its
-  // position has come back more than three times.
-  while (std::fread(next.data(), 1, MHRPT2_FRAME, fp) == size_t(MHRPT2_FRAME)) {
+  int entry = 0;
+  while (entry < 2 && std::fread(next.data(), 1, MHRPT2_FRAME, fp) == size_t(MHRPT2_FRAME)) {
     if (asm_strict(next.data())) {
-      for (int p = MSU_ZONE_START[0]; p + 8 <= MHRPT2_FRAME; p++) {
+      for (int p = MSU_ZONE_START[0]; p + 8 <= MHRPT2_FRAME && entry < 2; p++) {
         if (std::memcmp(cur.data() + p, MSU_SYNC, 8) != 0) continue;
-        if (entry == 1 && p == pos[0]) continue;
-        if (seen > 0 && p == pos[entry]) {
-          seen++;
-        } else {
-          pos[entry] = p;
-          seen = 1;
-        }
-        if (seen - 1 > 3) {
-          entry++;
-          seen = 0;
-          if (entry == 2) break;
-        }
+        if (++seen[p] > 4 && (entry == 0 || p != pos[0])) pos[entry++] = p;
       }
     }
-    if (entry == 2) break;
     std::swap(cur, next);
   }
   std::rewind(fp);

@@ -49,8 +49,9 @@ bool open_for_cli(Opened& o, const std::string& file, const std::string& type) {
   return true;
 }
 
+// Time of a line, null when the line carries none.
 json time_json(const XLINE* l) {
-  if (!l) return nullptr;
+  if (!l || !l->tm_ms.valid) return nullptr;
   return cli_iso_time(l->tm_ms.tm, l->tm_ms.ms);
 }
 
