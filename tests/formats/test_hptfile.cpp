@@ -176,7 +176,7 @@ TEST(HptFile, ShorterThanItsSkippedStart) {
 
 // ---- raw16 ----
 
-const char* kRealRaw16 = "hrpt/noaa18_hrpt_2012-01-30_30frames.raw16be";
+const char* kRealRaw16 = "testdata/hrpt/noaa18_hrpt_2012-01-30_30frames.raw16be";
 
 TEST(Raw16, RealNoaa18FramesWithDateInName) {
   std::string p = testutil::shared_path(kRealRaw16);
