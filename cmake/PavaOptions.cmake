@@ -1,7 +1,9 @@
 # Compiler flags shared by every target of the project.
 add_library(pava_flags INTERFACE)
 target_compile_options(pava_flags INTERFACE
-  -Wall -Wextra -Wshadow=local -Wno-missing-field-initializers)
+  -Wall -Wextra -Wno-missing-field-initializers
+  # clang has no -Wshadow=local (the fuzz targets are built with clang).
+  $<$<CXX_COMPILER_ID:GNU>:-Wshadow=local>)
 if(PAVA_WERROR)
   target_compile_options(pava_flags INTERFACE -Werror)
 endif()
