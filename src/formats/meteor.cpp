@@ -416,6 +416,6 @@ int dump_mhrpt1_line(PICINFO* pic, const uint16_t* words) {
   std::vector<uint8_t> b(size_t(std::max(pic->fri.words_per_frame, 0)));
   for (size_t i = 0; i < b.size(); i++) b[i] = uint8_t(words[i]);
   if (b.size() > 3) b[3] = uint8_t((words[3] & ~1u) | ((words[3] >> 4) & 1u));
-  std::fwrite(b.data(), 1, b.size(), pic->fp);
+  if (!b.empty()) std::fwrite(b.data(), 1, b.size(), pic->fp);
   return 1;
 }

@@ -131,7 +131,7 @@ std::vector<std::vector<uint16_t>> write_mhrpt1_file(const std::string& path, in
   pic->height = nlines;
   if (with_header) write_hrpt1_hdr(pic);
   std::vector<uint8_t> zeros(size_t(garbage_frames) * MHRPT1_FRAME, 0);
-  std::fwrite(zeros.data(), 1, zeros.size(), f.fp);
+  if (!zeros.empty()) std::fwrite(zeros.data(), 1, zeros.size(), f.fp);
   long first = std::ftell(f.fp);
   Rng rng(seed);
   std::vector<std::vector<uint16_t>> lines;

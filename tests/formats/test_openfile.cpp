@@ -84,6 +84,24 @@ TEST(OpenFile, QpskTypesGoToTheirReaders) {
   // file is a (short) picture.
   EXPECT_TRUE(r == 0 || r == 'r' || r == 'p') << r;
   EXPECT_EQ(o.pic->file_type, FT_METOP);
+  // An unknown identifier text and a name starting with "F": opened as FY-3.
+  std::string f = dir.file("FY_pass.dat");
+  testutil::write_file(f, std::string("\x1A\xCF\xFC\x1D????", 8) + std::string(4088, '\0'));
+  OpenedPic o2;
+  r = o2.open(f);
+  EXPECT_TRUE(r == 0 || r == 'r' || r == 'p') << r;
+  EXPECT_EQ(o2.pic->file_type, FT_FY3);
+}
+
+TEST(OpenFile, JpegGivesTheUnknownTypeMessage) {
+  testutil::TempDir dir;
+  std::string jpg = dir.file("pic.jpg");
+  testutil::write_file(jpg, std::string("\xFF\xD8\xFF\xE0\x00\x10JFIF\x00", 11));
+  OpenedPic o;
+  int r = o.open(jpg);
+  ASSERT_EQ(r, 't');
+  EXPECT_EQ(open_error_boxes(r, jpg.c_str(), 0),
+            std::vector<std::string>{"Unknown file type of \n" + jpg + ".\n"});
 }
 
 TEST(OpenFile, ReopenReplacesThePicture) {
