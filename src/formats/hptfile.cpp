@@ -23,6 +23,7 @@
 #include "formats/correct_time.h"
 #include "formats/framehdr.h"
 #include "formats/hrptfile.h"
+#include "formats/open_codes.h"
 
 void hpt_pack(const uint16_t* w, uint8_t* b) {
   b[0] = uint8_t(w[0] >> 2);
@@ -222,7 +223,7 @@ struct tm file_reference_time(const char* path, FILE* fp) {
 }
 
 int read_raw16_hdr(PICINFO* pic) {
-  if (!pic->fp) return 'r';
+  if (!pic->fp) return OPEN_READ_PROBLEM;
   if (pic->container == CONT_NATIVE) pic->container = CONT_RAW16BE;
   pic->file_type = FT_HPT;
   pic->sat_type = HRPT;
@@ -244,10 +245,10 @@ int read_raw16_hdr(PICINFO* pic) {
   pic_grey_clrmap(pic);
   pic->height = int(pava_file_size(pic->fp) / RAW16_FRAME_BYTES);
   pic->picture_time = file_reference_time(pic->file_name, pic->fp);
-  if (pic->height == 0) return 'p';
+  if (pic->height == 0) return OPEN_NO_PICTURE;
   uint8_t b[16];
   std::rewind(pic->fp);
-  if (std::fread(b, 1, sizeof b, pic->fp) != sizeof b) return 'r';
+  if (std::fread(b, 1, sizeof b, pic->fp) != sizeof b) return OPEN_READ_PROBLEM;
   uint16_t w[8];
   for (int i = 0; i < 8; i++) w[i] = raw16_word(b + 2 * i, pic->container);
   pic->sat_id = frm2id(w, FT_HRPT);

@@ -28,6 +28,7 @@
 #include "formats/correct_time.h"
 #include "formats/framehdr.h"
 #include "formats/meteor.h"
+#include "formats/open_codes.h"
 
 using pava::get_le16;
 using pava::get_le32;
@@ -300,13 +301,13 @@ int write_hrpt1_hdr(PICINFO* pic) {
 }
 
 int read_hrpt1_hdr(PICINFO* pic) {
-  if (!pic->fp) return 'r';
+  if (!pic->fp) return OPEN_READ_PROBLEM;
   int ft = pic->file_type;
   if (ft == FT_MHRPT1 || ft == FT_MHRPT1N || ft == FT_MHRPT2 || ft == FT_MHRPT2N)
     return read_meteor_hdr(pic);
   int chrpt = ft == FT_CHRPT;
   auto h = std::make_unique<HRPTHDR>();
-  if (!read_hdr_file(pic->fp, h.get(), chrpt)) return 'r';
+  if (!read_hdr_file(pic->fp, h.get(), chrpt)) return OPEN_READ_PROBLEM;
   // Version-3 headers keep the recorded channels in a bit mask.
   if (h->hdr_version[7] == '3') {
     static const uint8_t kBits[6] = {0x02, 0x40, 0x20, 0x10, 0x08, 0x04};
@@ -336,7 +337,7 @@ int read_hrpt1_hdr(PICINFO* pic) {
   }
   pic->nr_chan = nch;
   // Absurd geometry: no channel, or a width no sensor has.
-  if (nch == 0 || pic->width < 16 || pic->width > 8192) return 'r';
+  if (nch == 0 || pic->width < 16 || pic->width > 8192) return OPEN_READ_PROBLEM;
   pic->pic_strt = HRPT_HDRSIZE + HRPT_PREFIX;
   pic->fri = calc_hrptframeinfo(ft, pic->channels_recorded, pic->width);
   if (pic->height <= 0) pic->height = hrpt_lines_in_file(pic);

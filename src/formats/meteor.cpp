@@ -26,6 +26,7 @@
 #include "formats/correct_time.h"
 #include "formats/framehdr.h"
 #include "formats/hptfile.h"
+#include "formats/open_codes.h"
 
 int cmp_sync(const uint8_t* b, const uint8_t* first4, const uint8_t* last4, int n) {
   int diff = 0;
@@ -124,7 +125,7 @@ int read_meteor_hdr(PICINFO* pic) {
   bool m1 = is_meteor1(ft);
   MHRPTHDR h;
   int headerless = 0;
-  if (!read_mhrpthdr(pic->fp, ft, &h, &headerless)) return 'r';
+  if (!read_mhrpthdr(pic->fp, ft, &h, &headerless)) return OPEN_READ_PROBLEM;
   hrpthdr_to_pic(&h, pic);
   pic->width = m1 ? 1540 : 1570;
   long size = pava_file_size(pic->fp);
@@ -143,7 +144,7 @@ int read_meteor_hdr(PICINFO* pic) {
     pava::copy_text(pic->sat_name, spacecrftaddr2name(pic->sat_id, pic->sat_type));
   if (m1) {
     std::rewind(pic->fp);
-    if (!search_startofline(pic->fp, 1)) return 'p';
+    if (!search_startofline(pic->fp, 1)) return OPEN_NO_PICTURE;
     pic->pic_strt = std::ftell(pic->fp);
     pic->file_type = FT_MHRPT1;
     pic->fri = calc_mhrptframeinfo(FT_MHRPT1, pic->channels_recorded, pic->width);
@@ -152,7 +153,7 @@ int read_meteor_hdr(PICINFO* pic) {
     pic->fri = calc_mhrptframeinfo(FT_MHRPT2, pic->channels_recorded, pic->width);
     if (ft == FT_MHRPT2N) pic->fri.header_len = 0;
     pic->file_type = FT_MHRPT2;
-    if (!get_msupos(pic->fp)) return 'p';
+    if (!get_msupos(pic->fp)) return OPEN_NO_PICTURE;
   }
   return 0;
 }

@@ -18,6 +18,7 @@
 #include "formats/hptfile.h"
 #include "formats/hrptfile.h"
 #include "formats/meteor.h"
+#include "formats/open_codes.h"
 #include "reception/recordinfo.h"
 
 // Detection on the first bytes, later tests winning:
@@ -75,7 +76,7 @@ using HdrReader = int (*)(PICINFO*, VIEWINFO*);
 using LineReader = XLINE* (*)(PICINFO*, VIEWINFO*);
 
 // Header readers of the image codecs are not part of this library yet.
-int hdr_image(PICINFO*, VIEWINFO*) { return 't'; }
+int hdr_image(PICINFO*, VIEWINFO*) { return OPEN_UNKNOWN_TYPE; }
 int hdr_hrpt1(PICINFO* pic, VIEWINFO*) { return read_hrpt1_hdr(pic); }
 int hdr_hpt5(PICINFO* pic, VIEWINFO*) { return read_hpt_hdr(pic, 5); }
 int hdr_hpt10(PICINFO* pic, VIEWINFO*) { return read_hpt_hdr(pic, 10); }
@@ -159,8 +160,8 @@ void reset_picture(PICINFO* pic) {
 int open_file(PICINFO* pic, VIEWINFO* view, void* window, int file_type) {
   (void)window;  // the window's title and pages are the GUI's business
   int type = file_type ? file_type : detect_file(pic->file_name);
-  if (type == error_filetype) return 'o';
-  if (type == unknown_filetype) return 't';
+  if (type == error_filetype) return OPEN_CANT_OPEN;
+  if (type == unknown_filetype) return OPEN_UNKNOWN_TYPE;
   if (pic->fp || pic->xline) close_picfile(pic);
   reset_picture(pic);
   pic->file_type = FILE_TYPE(type);
@@ -170,11 +171,11 @@ int open_file(PICINFO* pic, VIEWINFO* view, void* window, int file_type) {
   if (type == FT_HPT && !std::strstr(pic->file_name, ".hpt"))
     pic->container = detect_raw16(pic->file_name);
   pic->fp = std::fopen(pic->file_name, "rb");
-  if (!pic->fp) return 'o';
+  if (!pic->fp) return OPEN_CANT_OPEN;
   if (view) std::fseek(pic->fp, view->foffset, SEEK_SET);
   pic->orbit.valid = 0;
   const Reader* rd = find_reader(type, pic->container);
-  int r = rd ? rd->hdr(pic, view) : 't';
+  int r = rd ? rd->hdr(pic, view) : OPEN_UNKNOWN_TYPE;
   if (r) {
     close_picfile(pic);
     return r;
@@ -214,17 +215,17 @@ void close_picfile(PICINFO* pic) {
 
 std::vector<std::string> open_error_boxes(int code, const char* name, int depth) {
   switch (code) {
-    case 'd':
+    case OPEN_DEPTH:
       // Both boxes are shown, by design.
       return {pava::strprintf("Depth=%d currently not supported.\n", depth),
               pava::strprintf("read problem in %s.\n", name)};
-    case 'o':
+    case OPEN_CANT_OPEN:
       return {"Can't open file."};
-    case 'p':
+    case OPEN_NO_PICTURE:
       return {pava::strprintf("No picture found in %s.\n", name)};
-    case 'r':
+    case OPEN_READ_PROBLEM:
       return {pava::strprintf("read problem in %s.\n", name)};
-    case 't':
+    case OPEN_UNKNOWN_TYPE:
       return {pava::strprintf("Unknown file type of \n%s.\n", name)};
     default:
       return {pava::strprintf("Unknown error %d (%c).\n", code, code)};
@@ -233,9 +234,9 @@ std::vector<std::string> open_error_boxes(int code, const char* name, int depth)
 
 std::string open_error_cmdline(int code, const char* name) {
   switch (code) {
-    case 'o':
+    case OPEN_CANT_OPEN:
       return pava::strprintf("ERROR: Can't open %s\n", name);
-    case 't':
+    case OPEN_UNKNOWN_TYPE:
       return pava::strprintf("ERROR: %s is unknown file type.\n", name);
     default:
       return pava::strprintf("ERROR: Problem with reading %s (code %c = %d).\n", name, code, code);
