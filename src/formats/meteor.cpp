@@ -20,6 +20,7 @@
 #include <map>
 #include <vector>
 
+#include "ccsds/sync.h"
 #include "common/bytes.h"
 #include "common/text.h"
 #include "common/timeutil.h"
@@ -44,13 +45,6 @@ int g_msu_syncpos[2];
 
 // A line sync with fewer than 4 wrong bytes starts a line.
 bool line_sync_at(const uint8_t* b) { return cmp_sync(b, MSU_SYNC, MSU_SYNC + 4, 8) < 4; }
-bool asm_strict(const uint8_t* b) { return std::memcmp(b, kAsm, 4) == 0; }
-bool asm_lenient(const uint8_t* b) {
-  for (int i = 0; i < 3; i++)
-    if (b[i] == kAsm[i]) return true;
-  return b[3] == kAsm[3];
-}
-
 int zone_of(int pos) {
   int z = 0;
   for (int i = 0; i < 4; i++)
@@ -195,7 +189,7 @@ int search_msu(FILE* fp) {
   int pos[2] = {-1, -1};
   int entry = 0;
   while (entry < 2 && std::fread(next.data(), 1, MHRPT2_FRAME, fp) == size_t(MHRPT2_FRAME)) {
-    if (asm_strict(next.data())) {
+    if (is_ahrptsync(next.data(), 0)) {
       for (int p = MSU_ZONE_START[0]; p + 8 <= MHRPT2_FRAME && entry < 2; p++) {
         if (std::memcmp(cur.data() + p, MSU_SYNC, 8) != 0) continue;
         if (++seen[p] > 4 && (entry == 0 || p != pos[0])) pos[entry++] = p;
@@ -291,7 +285,7 @@ XLINE* read_mhrpt1_all(PICINFO* pic) {
     int sync = m1hrpt_is_startframe(buf.data());
     for (int fi = 0; fi < 50; fi++) {
       const uint8_t* frame = buf.data() + fi * MHRPT1_FRAME;
-      if (!asm_lenient(frame)) sync = 0;
+      if (!is_ahrptsync(frame, 1)) sync = 0;
       mn1frame2line(frame, fi, words.data(), nwords, &st);
     }
     tail->syncword = sync;
@@ -326,7 +320,7 @@ XLINE* read_mhrpt2_all(PICINFO* pic) {
     tail->linenr = 1;
     std::fill(words.begin(), words.end(), 0);
     MSU_UNPACK st{};
-    int sync = asm_lenient(frame.data());
+    int sync = is_ahrptsync(frame.data(), 1);
     // Piece 0: from 50 bytes after the sync to the end of its zone.
     int start = syncpos + 50;
     int end = MSU_ZONE_START[zone] + MSU_ZONE_LEN[zone];
@@ -340,7 +334,7 @@ XLINE* read_mhrpt2_all(PICINFO* pic) {
           eof = true;
           break;
         }
-        if (!asm_lenient(frame.data())) sync = 0;
+        if (!is_ahrptsync(frame.data(), 1)) sync = 0;
         zone = 0;
       }
       mn2frame2line(frame.data(), MSU_ZONE_START[zone], MSU_ZONE_LEN[zone], piece, words.data(),
