@@ -254,3 +254,54 @@ TEST(HrptFile, BadInput) {
 }
 
 }  // namespace
+
+namespace {
+
+// Channels 1, 2 and 4 without header words: samples from word 0, three slots,
+// no line times.
+TEST(HrptFile, SelectedChannelsWithoutHeaderWords) {
+  testutil::TempDir dir;
+  std::string p = dir.file("sel.hrpt");
+  PICINFO* pic = pic_new();
+  pic->file_type = FT_HRPT;
+  pic->width = 64;
+  pic->channels_recorded[1] = pic->channels_recorded[2] = pic->channels_recorded[4] = 1;
+  pic->fp = std::fopen(p.c_str(), "wb");
+  ASSERT_EQ(write_hrpt1_hdr(pic), 0);
+  EXPECT_EQ(pic->fri.words_per_frame, 192);
+  fmtsamples::Rng rng(5);
+  std::vector<std::vector<uint16_t>> lines;
+  for (int i = 0; i < 4; i++) {
+    std::vector<uint16_t> w(192);
+    for (auto& v : w) v = rng.next10();
+    lines.push_back(w);
+    EXPECT_EQ(write_hrpt1_line(pic, w.data(), 0x10), 1);
+  }
+  std::fclose(pic->fp);
+  pic->fp = nullptr;
+  pic_delete(pic);
+  EXPECT_EQ(testutil::read_file(p).size(), 16000u + 4u * (192u * 10 / 8 + 7));
+
+  OpenedPic o;
+  ASSERT_EQ(o.open(p), 0);
+  EXPECT_EQ(o.pic->nr_chan, 3);
+  EXPECT_EQ(o.pic->channels_recorded[0], 0);
+  EXPECT_EQ(o.pic->channels_recorded[3], 0);
+  // No line count in the header: the counting step (48 x 5 + 10 = 250 bytes
+  // over 247-byte records) finds 3 of the 4 lines.
+  ASSERT_EQ(o.lines(), 3);
+  for (int i = 0; i < 3; i++)
+    for (int px = 0; px < 64; px++)
+      for (int c = 0; c < 3; c++)
+        ASSERT_EQ(o.line(i)->line[c][px], lines[size_t(i)][size_t(px * 3 + c)]) << i;
+  EXPECT_EQ(o.line(0)->tm_ms.valid, 0);
+  EXPECT_FALSE(o.pic->valid_time);
+  // Without a file the writers report it.
+  PICINFO* none = pic_new();
+  none->file_type = FT_HRPT;
+  EXPECT_EQ(write_hrpt1_hdr(none), 1);
+  EXPECT_EQ(write_hrpt1_line(none, lines[0].data(), 0), 0);
+  pic_delete(none);
+}
+
+}  // namespace
