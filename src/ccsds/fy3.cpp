@@ -15,6 +15,7 @@ struct Fy3State {
   uint32_t sr_mersi = 0;
   int mersi_started = 0;
   int mersi_shift = 0;
+  int virr_shift = 0;  // bit of the buffer's first byte where its line sync starts
   CCSDS_PACKET hdr{};
 };
 Fy3State g_fy3;
@@ -105,7 +106,10 @@ int fy3_frame2line(const uint8_t* frame, int vcid_value, uint16_t* line, int fil
       // Complete the line with the zone bytes before the sync.
       g_fy3.pos = copy_packet(b - CADU_ZONE_OFS, g_fy3.pos, g_fy3.buf, zone);
       if (read_ccsds(&v) == 0) g_fy3.hdr = v.ccsds;
-      pckt2line(&g_fy3.hdr, nullptr, 10, shift, g_fy3.buf, line);
+      // The buffered line starts at the previous sync, so its shift applies
+      // (the same as this one's when lines are whole bytes long).
+      pckt2line(&g_fy3.hdr, nullptr, 10, g_fy3.virr_shift, g_fy3.buf, line);
+      g_fy3.virr_shift = shift;
       g_fy3.pos = copy_packet(CADU_PARITY_OFS - b, 0, g_fy3.buf, frame + b);
       return 1;
     }
@@ -146,6 +150,7 @@ void fy3_reset() {
   g_fy3.sr_virr = g_fy3.sr_mersi = 0;
   g_fy3.mersi_started = 0;
   g_fy3.mersi_shift = 0;
+  g_fy3.virr_shift = 0;
   g_fy3.hdr = CCSDS_PACKET{};
 }
 
