@@ -346,3 +346,32 @@ TEST(QpskBadInput, TruncatedRandomAndGarbage) {
   EXPECT_EQ(read_qpsk_hdr(o.pic, o.view), 't');
   EXPECT_EQ(read_qpsk_all(o.pic, o.view), nullptr);
 }
+
+// The real recordings through the AVHRR reader: Meteor LRPT (VCID 5) and the
+// Suomi-NPP channels are other virtual channels, the NOAA-21 block has one
+// whole unit; none gives a line, none mis-synchronises.
+TEST(QpskRealFiles, OtherChannelsGiveNoLines) {
+  struct Row {
+    const char* file;
+    FILE_TYPE ft;
+    int derand;
+  } rows[] = {
+      {"meteor_m2_lrpt_2025-09-14.cadu", FT_METOP, 0},
+      {"snpp_synchronized_cadus_2016-02-10.dat", FT_QNOAA20, 1},
+      {"snpp_7cadus_2vcids.dat", FT_QNOAA20, 1},
+      {"noaa21_jpss2_block.dat", FT_QNOAA21, 1},
+  };
+  for (auto r : rows) {
+    SCOPED_TRACE(r.file);
+    Opened o(testutil::shared_path(std::string("testdata/ccsds/") + r.file), r.ft, 1);
+    ASSERT_NE(o.pic->fp, nullptr);
+    ASSERT_EQ(o.read_all(), 0);
+    EXPECT_EQ(o.pic->derandomise, r.derand);
+    EXPECT_EQ(o.pic->height, 0);
+    EXPECT_EQ(o.pic->xline, nullptr);
+  }
+  Opened o(testutil::shared_path("testdata/ccsds/snpp_synchronized_cadus_2016-02-10.dat"),
+           FT_QNOAA20);
+  ASSERT_EQ(read_qpsk_hdr(o.pic, o.view), 0);
+  EXPECT_EQ(o.pic->sat_id, 157);
+}
