@@ -249,7 +249,7 @@ int read_qpsk_hdr(PICINFO* pic, VIEWINFO*) {
     pava::copy_text(pic->firmware, "");
     std::memcpy(pic->firmware, b + 25, 4);
     pic->firmware[4] = 0;
-    pic->orbit.offset_sec = b[29];
+    pic->orbit.offset_sec = int8_t(b[29]);
     struct tm t {};
     t.tm_sec = int16_t(pava::get_le16(b + 30));
     t.tm_min = int16_t(pava::get_le16(b + 32));
@@ -379,8 +379,9 @@ int write_metfy_hdr_file(PICINFO* pic, FILE* file, const char* id) {
   b[29] = uint8_t(pic->orbit.offset_sec);
   pic->orbit.start_tm_comp = pic->orbit.start_tm;
   const struct tm& t = pic->picture_time;
-  const int fields[9] = {t.tm_sec,  t.tm_min,  t.tm_hour, t.tm_mday, t.tm_mon,
-                         t.tm_year, t.tm_wday, t.tm_yday, t.tm_isdst};
+  // The weekday field is left 0.
+  const int fields[9] = {t.tm_sec,  t.tm_min, t.tm_hour, t.tm_mday, t.tm_mon,
+                         t.tm_year, 0,        t.tm_yday, t.tm_isdst};
   for (int i = 0; i < 9; i++) pava::put_le16(b + 30 + 2 * i, uint16_t(fields[i]));
   const KEPLER& k = pic->kepler;
   pava::put_le32(b + 56, uint32_t(k.epoch_year));

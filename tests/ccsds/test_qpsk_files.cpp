@@ -74,6 +74,7 @@ std::string record_file(const Bytes& units, int rs_flag, const char* kind = "met
   pic->picture_time.tm_hour = 9;
   pic->picture_time.tm_min = 3;
   pic->picture_time.tm_yday = 254;
+  pic->picture_time.tm_wday = 5;
   pic->kepler.epoch_year = 125;
   pic->kepler.epoch_day = 254.5;
   pic->kepler.inclination = 1.7189f;
