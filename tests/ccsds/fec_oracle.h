@@ -11,4 +11,6 @@ void encode_ccsds(const uint8_t* data, uint8_t* parity, int pad);
 void encode_8(const uint8_t* data, uint8_t* parity, int pad);
 int decode_ccsds(uint8_t* data, int pad);
 int decode_8(uint8_t* data, int pad);
+// With known erasure positions; the positions found are written back.
+int decode_8_eras(uint8_t* data, int* eras_pos, int no_eras, int pad);
 }  // namespace fec_oracle

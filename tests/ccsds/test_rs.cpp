@@ -1,6 +1,7 @@
 // Reed-Solomon decoder: tables, agreement with libfec, frame-level behaviour.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <fstream>
 #include <random>
@@ -262,6 +263,57 @@ TEST(RsFrame, RealUnitsRecover) {
       }
       EXPECT_EQ(Decode_RS(f.data(), 4, r.conventional), 64) << r.file << " unit " << k;
       EXPECT_EQ(f, clean);
+    }
+  }
+}
+
+// Erasures (known bad positions) against libfec: e errors and f erasures with
+// 2e + f up to 32 and beyond. Success and corrected data agree; the count
+// differs by design: every root of the locator counts here, so an erased
+// symbol that was right counts too, while libfec leaves those out.
+TEST(RsOracle, ErasuresAgreeWithLibfec) {
+  const unsigned seed = 8675309;
+  std::mt19937 rng(seed);
+  for (int trial = 0; trial < 2000; trial++) {
+    uint8_t cw[255];
+    for (int i = 0; i < 223; i++) cw[i] = uint8_t(rng());
+    fec_oracle::encode_8(cw, cw + 223, 0);
+    int nf = int(rng() % 25), ne = int(rng() % 12);
+    std::vector<int> order(255);
+    for (int i = 0; i < 255; i++) order[i] = i;
+    std::shuffle(order.begin(), order.end(), rng);
+    uint8_t bad[255];
+    std::memcpy(bad, cw, 255);
+    int eras[32] = {0}, eras_ref[32] = {0};
+    int right = 0;
+    for (int i = 0; i < nf; i++) {
+      eras[i] = eras_ref[i] = order[i];
+      if (rng() & 1)
+        bad[order[i]] ^= uint8_t(1 + rng() % 255);
+      else
+        right++;  // erased, but the symbol is right
+    }
+    for (int i = 0; i < ne; i++) bad[order[nf + i]] ^= uint8_t(1 + rng() % 255);
+    uint8_t mine[255], ref[255];
+    std::memcpy(mine, bad, 255);
+    std::memcpy(ref, bad, 255);
+    int rm = decode_rs_8(mine, eras, nf, 0);
+    int rr = fec_oracle::decode_8_eras(ref, eras_ref, nf, 0);
+    bool clean = std::memcmp(bad, cw, 255) == 0;  // clean words return 0 in both
+    ASSERT_EQ(rm < 0, rr < 0) << "seed " << seed << " trial " << trial;
+    if (2 * ne + nf <= 32) {
+      ASSERT_EQ(rm, clean ? 0 : rr + right) << "seed " << seed << " trial " << trial;
+    }
+    if (rr >= 0) {
+      ASSERT_EQ(std::memcmp(mine, ref, 255), 0) << "seed " << seed << " trial " << trial;
+      // Positions found: the erasures and the errors.
+      std::set<int> found(eras, eras + rm), expect(order.begin(), order.begin() + nf + ne);
+      if (!clean && 2 * ne + nf <= 32) {
+        ASSERT_EQ(found, expect) << "trial " << trial;
+      }
+    }
+    if (2 * ne + nf <= 32) {
+      ASSERT_EQ(std::memcmp(mine, cw, 255), 0) << "trial " << trial;
     }
   }
 }
