@@ -10,9 +10,9 @@ namespace {
 using AddFn = void (*)(CLI::App&);
 
 // Subcommand groups, one row per subsystem.
-const AddFn kCommands[] = {cli_add_prefs,   cli_add_formats, cli_add_ccsds,
-                           cli_add_orbit,   cli_add_display, cli_add_export,
-                           cli_add_synth,   cli_add_reception, cli_add_tracking};
+const AddFn kCommands[] = {cli_add_prefs, cli_add_formats,   cli_add_ccsds,
+                           cli_add_orbit, cli_add_display,   cli_add_export,
+                           cli_add_synth, cli_add_reception, cli_add_tracking};
 
 int g_status = 0;
 bool g_prefs_loaded = false;
