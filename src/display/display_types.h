@@ -1,8 +1,8 @@
 // Records of the display subsystem: the picture's orbit binding, overlay
 // tables, calibration, channel maps and the view state.
 #pragma once
-#include <ctime>
 #include <cstdint>
+#include <ctime>
 #include <vector>
 
 #include "formats/enums.h"
@@ -19,17 +19,17 @@ struct ORBIT {
   long ref_time;
   struct tm ref_tm;
   int ref_ms;
-  float height;        // metres above the earth used by the scan geometry
-  int data_age;        // days
+  float height;  // metres above the earth used by the scan geometry
+  int data_age;  // days
   float loop_time;
   float k2_n, k2_w, dh_w;
   float max_sens_angle;  // degrees
   SCANDIR scan_hor, scan_ver;
   int width_original;
   int use_sattime;
-  int offset_gmt;      // hours
-  int offset_sec;      // seconds added to every line time
-  float offset_lon;    // degrees added to every longitude
+  int offset_gmt;    // hours
+  int offset_sec;    // seconds added to every line time
+  float offset_lon;  // degrees added to every longitude
 };
 
 struct DBLFLOAT {
@@ -50,6 +50,8 @@ struct OVLINFO {
   int built;
   int built_offset_gmt, built_offset_sec, built_use_sattime;
   float built_offset_lon;
+  int scale;        // cells of lola2xy per degree (100 unless the pass is too wide)
+  int built_coast;  // the coast file was drawn into ovlarr
 };
 
 // Thermal calibration coefficients of one NOAA satellite.
@@ -74,7 +76,7 @@ struct CLRMAPCHAN {
   int red_offset, green_offset, blue_offset;  // quarters of the 10-bit scale
   int on[26];
   float red[26], green[26], blue[26];
-  float lum;    // 0: no scaling
+  float lum;  // 0: no scaling
   float gamma;
 };
 
