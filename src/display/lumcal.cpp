@@ -211,7 +211,11 @@ double noaa_count_radiance(const NOAACAL& cal, int ch, double nbb, double csp, d
                            double ce) {
   double g = (nbb - cal.Ns[ch]) / (csp - cbb);
   double nlin = cal.Ns[ch] + g * (csp - ce);
-  return nlin + cal.b0[ch] + cal.b1[ch] * nlin + cal.b2[ch] * nlin * nlin;
+  // The sets give the linear term in two conventions: the whole factor (about
+  // 1: NOAA 14, channel 3) or, as the KLM guide does, its excess over 1 (NOAA
+  // 15 and 16 channels 4 and 5: N + b0 + b1 N + b2 N^2).
+  double f = cal.b1[ch] > 0.5f ? cal.b1[ch] : 1.0 + cal.b1[ch];
+  return cal.b0[ch] + f * nlin + cal.b2[ch] * nlin * nlin;
 }
 
 int map_noaatemp(const PICINFO* pic, const XLINE* line, int ch, std::vector<int>* out) {

@@ -36,8 +36,10 @@ double noaa_radiance(const NOAACAL& cal, int ch, double t);
 // Brightness temperature (kelvin) of channel ch at radiance n (the inverse of
 // noaa_radiance).
 double noaa_temperature(const NOAACAL& cal, int ch, double n);
-// Radiance of count ce for gain from the black body: the linear radiance
-// with the non-linearity correction added.
+// Radiance of earth count ce: linear between space (count csp, radiance Ns)
+// and the black body (count cbb, radiance nbb), with the non-linearity
+// correction b0 + f N + b2 N^2 (f = b1 when b1 is a whole factor near 1,
+// else 1 + b1).
 double noaa_count_radiance(const NOAACAL& cal, int ch, double nbb, double csp, double cbb,
                            double ce);
 
