@@ -62,26 +62,74 @@ void draw_segment(std::vector<char>& arr, int width, int height, int x0, int y0,
   }
 }
 
-// Picture pixel of (lon, lat) degrees through lola2xy, checked against the
-// pixel's own position: a hole of the table carries a neighbour's pixel, which
-// is only right close to the swath.
+// Squared distance (degrees, longitude scaled by cos lat) between pixel
+// (x, y) and the point.
+double dist2(const OVLINFO& ovl, int width, int x, int y, double lon, double lat, double coslat) {
+  const DBLFLOAT q = ovl.xy2lola[size_t(y) * size_t(width) + size_t(x)];
+  double dlon = std::fabs(q.a - lon);
+  if (dlon > 180) dlon = 360 - dlon;
+  dlon *= coslat;
+  double dlat = q.b - lat;
+  return dlon * dlon + dlat * dlat;
+}
+
+// Picture pixel of (lon, lat) degrees. lola2xy gives a first guess; where the
+// table has holes (finer cells than the pixels) its filling carries a pixel
+// from elsewhere in the row, so nearby cells are tried too. The guess is then
+// refined by walking to the neighbour pixel closest to the point, and the
+// point is taken only when it lies within about a pixel of the one found.
 bool lonlat_to_pixel(const OVLINFO& ovl, int width, int height, double lon, double lat, int* x,
                      int* y) {
   const int scale = ovl.scale > 0 ? ovl.scale : 100;
   const long rl = ovl.range_lon, rb = ovl.range_lat;
+  const double coslat = std::cos(lat * M_PI / 180);
+  const double rough = 1.0;  // degrees: a guess this close is worth refining
   for (double l : {lon, lon - 360.0, lon + 360.0}) {
-    long i = long(std::floor(scale * l)) - ovl.offset_lon;
-    long j = long(std::floor(scale * lat)) - ovl.offset_lat;
-    if (i < 0 || i >= rl || j < 0 || j >= rb) continue;
-    const DBLINT p = ovl.lola2xy[size_t(i + j * rl)];
-    if (p.a < 0 || p.a >= width || p.b < 0 || p.b >= height) return false;
-    const DBLFLOAT q = ovl.xy2lola[size_t(p.b) * size_t(width) + size_t(p.a)];
-    double tol = std::max(0.1, 2.0 / scale);
-    double dlon = std::fabs(q.a - l);
-    if (dlon > 180) dlon = 360 - dlon;
-    if (std::fabs(q.b - lat) > tol || dlon * std::cos(lat * M_PI / 180) > tol) return false;
-    *x = p.a;
-    *y = p.b;
+    long i0 = long(std::floor(scale * l)) - ovl.offset_lon;
+    long j0 = long(std::floor(scale * lat)) - ovl.offset_lat;
+    if (i0 < 0 || i0 >= rl || j0 < 0 || j0 >= rb) continue;
+    int gx = -1, gy = -1;
+    for (int r = 0; r <= 16 && gx < 0; r++) {
+      const long cand[4][2] = {{i0, j0 - r}, {i0, j0 + r}, {i0 - r, j0}, {i0 + r, j0}};
+      for (const auto& c : cand) {
+        if (c[0] < 0 || c[0] >= rl || c[1] < 0 || c[1] >= rb) continue;
+        const DBLINT p = ovl.lola2xy[size_t(c[0] + c[1] * rl)];
+        if (p.a < 0 || p.a >= width || p.b < 0 || p.b >= height) continue;
+        if (dist2(ovl, width, p.a, p.b, l, lat, coslat) < rough * rough) {
+          gx = p.a;
+          gy = p.b;
+          break;
+        }
+      }
+    }
+    if (gx < 0) return false;
+    double d = dist2(ovl, width, gx, gy, l, lat, coslat);
+    for (int step = 0; step < 256; step++) {
+      int bx = gx, by = gy;
+      for (int dy = -1; dy <= 1; dy++)
+        for (int dx = -1; dx <= 1; dx++) {
+          int nx = gx + dx, ny = gy + dy;
+          if ((dx == 0 && dy == 0) || nx < 0 || nx >= width || ny < 0 || ny >= height) continue;
+          double nd = dist2(ovl, width, nx, ny, l, lat, coslat);
+          if (nd < d) {
+            d = nd;
+            bx = nx;
+            by = ny;
+          }
+        }
+      if (bx == gx && by == gy) break;
+      gx = bx;
+      gy = by;
+    }
+    // The pixel's own size: the larger step to its neighbours.
+    int ax = gx + 1 < width ? gx + 1 : gx - 1, ay = gy + 1 < height ? gy + 1 : gy - 1;
+    const DBLFLOAT q = ovl.xy2lola[size_t(gy) * size_t(width) + size_t(gx)];
+    double px2 = 0;
+    if (ax >= 0) px2 = std::max(px2, dist2(ovl, width, ax, gy, q.a, q.b, coslat));
+    if (ay >= 0) px2 = std::max(px2, dist2(ovl, width, gx, ay, q.a, q.b, coslat));
+    if (d > 2.25 * px2) return false;  // more than 1.5 pixels off: outside the picture
+    *x = gx;
+    *y = gy;
     return true;
   }
   return false;
