@@ -52,6 +52,10 @@ struct OVLINFO {
   float built_offset_lon;
   int scale;        // cells of lola2xy per degree (100 unless the pass is too wide)
   int built_coast;  // the coast file was drawn into ovlarr
+  // Grid drawing: per pixel the cells floor(lon/step) and floor(lat/step),
+  // biased by 1024, packed low and high 16 bits; for the steps noted.
+  std::vector<uint32_t> cells;
+  int cells_step_lon, cells_step_lat;
 };
 
 // Thermal calibration coefficients of one NOAA satellite.

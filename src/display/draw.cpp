@@ -25,6 +25,8 @@ struct DrawCtx {
   int nvalid = 0;  // valid xmap entries (they come first)
   std::vector<int> lut;
   uint32_t pal[DRAW_PALETTE] = {};
+  // Value -> screen byte of each colour: luminance table, clamp, palette.
+  uint8_t out_r[DRAW_LUMTABLE] = {}, out_g[DRAW_LUMTABLE] = {}, out_b[DRAW_LUMTABLE] = {};
   bool false_clr = false;
   std::vector<int> active;  // channels of the composition, ascending
   int slot[26] = {};
@@ -41,7 +43,8 @@ struct RowBufs {
   std::vector<float> fv;
   std::vector<int> r, g, b, hidx;
   std::vector<uint8_t> base;
-  std::vector<float> lon_cur, lat_cur, lon_up, lat_up;
+  std::vector<int> qlon, qlat, qlon_up, qlat_up;  // grid cells of the row and the row above
+  std::vector<uint8_t> hmask;                     // grid crossings along the row
   std::vector<int> temps;
   void size(int n, int w) {
     fv.resize(size_t(n));
@@ -50,10 +53,11 @@ struct RowBufs {
     b.resize(size_t(n));
     hidx.resize(size_t(n));
     base.resize(size_t(w) * 3);
-    lon_cur.resize(size_t(n));
-    lat_cur.resize(size_t(n));
-    lon_up.resize(size_t(n));
-    lat_up.resize(size_t(n));
+    qlon.resize(size_t(n));
+    qlat.resize(size_t(n));
+    qlon_up.resize(size_t(n));
+    qlat_up.resize(size_t(n));
+    hmask.resize(size_t(n));
   }
 };
 
@@ -158,21 +162,33 @@ void compute_values(const DrawCtx& c, RowBufs& rb, int py, const int* cols, int 
   }
 }
 
-bool crosses(float a, float b, float inv_step) {
-  if (std::fabs(a - b) > 180) return false;  // the antimeridian, not a grid line
-  return std::floor(a * inv_step) != std::floor(b * inv_step);
+// Overlay cells of every picture pixel for the grid steps of the drawing:
+// floor(lon/step) + 1024 in bits 0-14, floor(lat/step) + 1024 in bits 15-29,
+// the coast bit of ovlarr in bit 31. One word a pixel is all a row of the
+// overlay reads. Made when the steps change, kept with the overlay tables.
+constexpr int kCellBias = 1024;
+constexpr uint32_t kCellMask = 0x7fff;
+void make_cells(OVLINFO* o, int step_lon, int step_lat) {
+  if (!o->cells.empty() && o->cells_step_lon == step_lon && o->cells_step_lat == step_lat) return;
+  if (o->xy2lola.size() < 2) return;
+  const size_t np = std::min(o->xy2lola.size() - 2, o->ovlarr.size());
+  o->cells.resize(np);
+  const float il = 1.0f / float(step_lon), ib = 1.0f / float(step_lat);
+  for (size_t k = 0; k < np; k++) {
+    const DBLFLOAT p = o->xy2lola[k];
+    uint32_t cl = uint32_t(std::clamp(int(std::floor(p.a * il)) + kCellBias, 0, int(kCellMask)));
+    uint32_t cb = uint32_t(std::clamp(int(std::floor(p.b * ib)) + kCellBias, 0, int(kCellMask)));
+    o->cells[k] = cl | cb << 15 | uint32_t(o->ovlarr[k] & 1) << 31;
+  }
+  o->cells_step_lon = step_lon;
+  o->cells_step_lat = step_lat;
 }
 
-// Lon/lat (degrees) of the n columns of line py from the overlay table.
-void row_lonlat(const DrawCtx& c, int py, float* lon, float* lat) {
-  const OVLINFO& o = c.pic->ovlinfo;
-  const int w = c.pic->width;
-  const DBLFLOAT* row = &o.xy2lola[size_t(py) * size_t(w)];
-  for (int i = 0; i < c.nvalid; i++) {
-    const DBLFLOAT& p = row[std::min(c.xmap[i], w - 1)];
-    lon[i] = p.a;
-    lat[i] = p.b;
-  }
+// A grid line lies between two pixels whose cells differ; a jump of half the
+// earth is the antimeridian, not a line.
+inline uint8_t cell_cross(int a, int b, int half) {
+  int d = a - b;
+  return uint8_t((d != 0) & (unsigned(d + half - 1) < unsigned(2 * half - 1)));
 }
 
 void paint(uint8_t* px, const uint8_t* rgb) {
@@ -182,7 +198,11 @@ void paint(uint8_t* px, const uint8_t* rgb) {
 }
 
 // Draws screen rows y0..y1-1 into out, counting into hist.
-void draw_rows(const DrawCtx& c, int y0, int y1, uint8_t* out, long* hist) {
+void draw_rows(const DrawCtx& c, int y0, int y1, uint8_t* out, long* hist_out) {
+  // Four interleaved histograms: runs of equal values then do not wait on
+  // each other's increments.
+  std::vector<uint32_t> sub(4 * 1024, 0);
+  uint32_t* hist = sub.data();
   RowBufs rb;
   rb.size(c.nvalid, c.W);
   const int W = c.W, nv = c.nvalid;
@@ -190,11 +210,20 @@ void draw_rows(const DrawCtx& c, int y0, int y1, uint8_t* out, long* hist) {
   const size_t rowbytes = size_t(W) * 3;
   int last_py = -1;
   bool up_valid = false;
-  const float ilon = 1.0f / float(c.step_lon), ilat = 1.0f / float(c.step_lat);
-  const bool grid = c.grid && !c.pic->ovlinfo.xy2lola.empty();
-  const bool coast = c.coast && !c.pic->ovlinfo.ovlarr.empty();
+  const int half_lon = 180 / c.step_lon;
+  const bool have_cells = !c.pic->ovlinfo.cells.empty();
+  const bool grid = c.grid && have_cells;
+  const bool coast = c.coast && have_cells;
+  const int nov = std::min(nv, W - 1);  // overlays leave the last row and column
+  std::vector<uint8_t> vmask(size_t(std::max(nov, 1)), 0);
+  int grid_py = -1;  // picture line of the overlay flags and cells
   if (grid && y0 > 0 && c.ymap[y0 - 1] >= 0) {
-    row_lonlat(c, c.ymap[y0 - 1], rb.lon_up.data(), rb.lat_up.data());
+    // The row above the first: its cells for the crossings against it.
+    const uint32_t* cl = &c.pic->ovlinfo.cells[size_t(c.ymap[y0 - 1]) * size_t(pw)];
+    for (int i = 0; i < nov; i++) {
+      rb.qlon[size_t(i)] = int(cl[c.xmap[i]] & kCellMask);
+      rb.qlat[size_t(i)] = int((cl[c.xmap[i]] >> 15) & kCellMask);
+    }
     up_valid = true;
   }
   for (int sy = y0; sy < y1; sy++) {
@@ -203,54 +232,82 @@ void draw_rows(const DrawCtx& c, int y0, int y1, uint8_t* out, long* hist) {
     if (py < 0 || !pic_line(c.pic, py)) {
       std::memset(row, 0, rowbytes);
       up_valid = false;
+      grid_py = -1;
       last_py = -1;
       continue;
     }
     if (py == last_py) {
       std::memcpy(row, rb.base.data(), rowbytes);
-      for (int i = 0; i < nv; i++) hist[rb.hidx[size_t(i)]]++;
+      for (int i = 0; i < nv; i++) hist[((i & 3) << 10) + rb.hidx[size_t(i)]]++;
     } else {
       compute_values(c, rb, py, c.xmap, nv);
+      const int* R = rb.r.data();
+      const int* G = rb.g.data();
+      const int* B = rb.b.data();
+      int* hidx = rb.hidx.data();
+      for (int i = 0; i < nv; i++) hidx[i] = std::min((R[i] + G[i] + B[i]) / 3, 1023);
+      for (int i = 0; i < nv; i++) hist[((i & 3) << 10) + hidx[i]]++;
       for (int i = 0; i < nv; i++) {
-        const int r = rb.r[size_t(i)], g = rb.g[size_t(i)], b = rb.b[size_t(i)];
-        const int h = std::min((r + g + b) / 3, 1023);
-        rb.hidx[size_t(i)] = h;
-        hist[h]++;
-        const int lr = std::min(c.lut[size_t(r)], DRAW_PALETTE - 1);
-        const int lg = std::min(c.lut[size_t(g)], DRAW_PALETTE - 1);
-        const int lb = std::min(c.lut[size_t(b)], DRAW_PALETTE - 1);
+        const int r = R[i], g = G[i], b = B[i];
         uint8_t* px = row + 3 * i;
-        px[0] = uint8_t(c.pal[lr] >> 16);
-        px[1] = uint8_t(c.pal[lg] >> 8);
-        px[2] = uint8_t(c.pal[lb]);
+        px[0] = c.out_r[r];
+        px[1] = c.out_g[g];
+        px[2] = c.out_b[b];
       }
       std::memset(row + 3 * nv, 0, rowbytes - size_t(3 * nv));
       std::memcpy(rb.base.data(), row, rowbytes);
       last_py = py;
     }
-    if (sy == c.H - 1) continue;  // overlays leave the last row and column
-    const int nov = std::min(nv, W - 1);
-    if (grid) {
-      row_lonlat(c, py, rb.lon_cur.data(), rb.lat_cur.data());
-      const float* lo = rb.lon_cur.data();
-      const float* la = rb.lat_cur.data();
-      for (int i = 1; i < nov; i++) {
-        bool on = crosses(lo[i - 1], lo[i], ilon) || crosses(la[i - 1], la[i], ilat);
-        if (!on && up_valid && sy > 0)
-          on = crosses(rb.lon_up[size_t(i)], lo[i], ilon) ||
-               crosses(rb.lat_up[size_t(i)], la[i], ilat);
-        if (on) paint(row + 3 * i, c.grid_rgb);
+    if (sy == c.H - 1 || !(grid || coast)) continue;
+    // Overlay flags of the row: 1 grid, 2 coast (drawn over the grid).
+    uint8_t* ov = vmask.data();
+    if (py != grid_py) {
+      // A new picture line: its cells, the crossings along the row and
+      // against the row above, and the coast, in one pass.
+      rb.qlon.swap(rb.qlon_up);
+      rb.qlat.swap(rb.qlat_up);
+      const uint32_t* cells = &c.pic->ovlinfo.cells[size_t(py) * size_t(pw)];
+      int* ql = rb.qlon.data();
+      int* qb = rb.qlat.data();
+      uint8_t* hm = rb.hmask.data();
+      const int* ul = rb.qlon_up.data();
+      const int* ub = rb.qlat_up.data();
+      const uint8_t up = (up_valid && sy > 0) ? 1 : 0;
+      const uint8_t gm = grid ? 1 : 0, cm = coast ? 2 : 0;
+      for (int i = 0; i < nov; i++) {
+        const uint32_t q = cells[c.xmap[i]];
+        ql[i] = int(q & kCellMask);
+        qb[i] = int((q >> 15) & kCellMask);
+        ov[i] = uint8_t(cm & (q >> 30));
       }
-      rb.lon_up.swap(rb.lon_cur);
-      rb.lat_up.swap(rb.lat_cur);
-      up_valid = true;
+      hm[0] = 0;
+      for (int i = 1; i < nov; i++) {
+        hm[i] = uint8_t(gm & (cell_cross(ql[i - 1], ql[i], half_lon) | (qb[i - 1] != qb[i])));
+        ov[i] = uint8_t(ov[i] | hm[i] |
+                        (gm & up & (cell_cross(ul[i], ql[i], half_lon) | (ub[i] != qb[i]))));
+      }
+      grid_py = py;
+    } else {
+      // The same line again: the row above has the same cells, so only the
+      // crossings along the row remain.
+      const uint8_t* hm = rb.hmask.data();
+      for (int i = 0; i < nov; i++) ov[i] = uint8_t((ov[i] & 2) | hm[i]);
     }
-    if (coast) {
-      const char* o = &c.pic->ovlinfo.ovlarr[size_t(py) * size_t(pw)];
-      for (int i = 0; i < nov; i++)
-        if (o[std::min(c.xmap[i], pw - 1)] & 1) paint(row + 3 * i, c.cont_rgb);
+    up_valid = true;
+    // Most of a row has no overlay: skip it eight flags at a time.
+    int i = 0;
+    for (; i + 8 <= nov; i += 8) {
+      uint64_t w8;
+      std::memcpy(&w8, ov + i, 8);
+      if (!w8) continue;
+      for (int k = i; k < i + 8; k++)
+        if (ov[k]) paint(row + 3 * k, (ov[k] & 2) ? c.cont_rgb : c.grid_rgb);
     }
+    for (; i < nov; i++)
+      if (ov[i]) paint(row + 3 * i, (ov[i] & 2) ? c.cont_rgb : c.grid_rgb);
   }
+  for (int k = 0; k < 4; k++)
+    for (int i = 0; i < 1024; i++) hist_out[i] += sub[size_t(k * 1024 + i)];
 }
 
 void fill_palettes(DrawCtx& c) {
@@ -323,10 +380,13 @@ int draw_pic(PICINFO* pic, VIEWINFO* view, int width, int height, RGBIMAGE* out,
   height = std::max(0, height);
   out->width = width;
   out->height = height;
-  out->rgb.assign(size_t(width) * size_t(height) * 3, 0);
+  out->rgb.resize(size_t(width) * size_t(height) * 3);  // every byte is written below
   std::fill(std::begin(view->lumstat), std::end(view->lumstat), 0L);
-  if (!pic->xline || pic->width <= 0 || pic->height <= 0) return DRAW_NO_PICTURE;
-  if (map_xy(width, height, pic->no_xymapping, 1, pic, view) != 0) return DRAW_NO_PICTURE;
+  if (!pic->xline || pic->width <= 0 || pic->height <= 0 ||
+      map_xy(width, height, pic->no_xymapping, 1, pic, view) != 0) {
+    std::fill(out->rgb.begin(), out->rgb.end(), uint8_t(0));
+    return DRAW_NO_PICTURE;
+  }
 
   DrawCtx c;
   prepare_channels(c, pic, view);
@@ -338,9 +398,17 @@ int draw_pic(PICINFO* pic, VIEWINFO* view, int width, int height, RGBIMAGE* out,
 
   const float gamma = (c.false_clr && opts->map_window_open) ? view->cmhc.gamma : view->gamma;
   if (map_z(view->lum_min, view->lum_max, gamma, view->invert, DRAW_PALETTE, DRAW_LUMTABLE,
-            &c.lut) != 0)
+            &c.lut) != 0) {
+    std::fill(out->rgb.begin(), out->rgb.end(), uint8_t(0));
     return DRAW_NO_LUMTABLE;
+  }
   fill_palettes(c);
+  for (int v = 0; v < DRAW_LUMTABLE; v++) {
+    const int p = std::clamp(c.lut[size_t(v)], 0, DRAW_PALETTE - 1);
+    c.out_r[v] = uint8_t(c.pal[p] >> 16);
+    c.out_g[v] = uint8_t(c.pal[p] >> 8);
+    c.out_b[v] = uint8_t(c.pal[p]);
+  }
 
   int status = DRAW_OK;
   if (view->grid || view->boundaries) {
@@ -389,6 +457,7 @@ int draw_pic(PICINFO* pic, VIEWINFO* view, int width, int height, RGBIMAGE* out,
       c.step_lat = grid_step(*std::max_element(la, la + 4) - *std::min_element(la, la + 4));
     }
   }
+  if (c.grid || c.coast) make_cells(&pic->ovlinfo, c.step_lon, c.step_lat);
 
   int nthreads = opts->threads;
   if (nthreads <= 0)

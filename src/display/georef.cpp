@@ -267,6 +267,8 @@ void free_overlay(OVLINFO* ovl) {
   std::vector<DBLFLOAT>().swap(ovl->xy2lola);
   std::vector<DBLINT>().swap(ovl->lola2xy);
   std::vector<char>().swap(ovl->ovlarr);
+  std::vector<uint32_t>().swap(ovl->cells);
+  ovl->cells_step_lon = ovl->cells_step_lat = 0;
   ovl->built = 0;
   ovl->built_coast = 0;
 }

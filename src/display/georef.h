@@ -52,7 +52,7 @@ std::vector<DBLFLOAT> mklut_xy2lonlat(const XLINE* first, int width, int height,
 std::vector<DBLINT> mklut_lonlat2xy(const std::vector<DBLFLOAT>& xy2lola, int width, int height,
                                     int* offset_lon, int* offset_lat, int* range_lon,
                                     int* range_lat, int scale = 100,
-                                    long max_cells = 60L * 1000 * 1000);
+                                    long max_cells = 16L * 1000 * 1000);
 
 // Grid bits (2, 4, 8) of the whole-degree crossings into ovlarr (width*height).
 void lonlat2ovl(const std::vector<DBLFLOAT>& xy2lola, int width, int height,
