@@ -425,7 +425,7 @@ int draw_pic(PICINFO* pic, VIEWINFO* view, int width, int height, RGBIMAGE* out,
       if (coast) std::fclose(coast);
       if (view->boundaries && pic->ovlinfo.built_coast < 0) status = DRAW_NO_COAST;
       c.grid = view->grid && !pic->ovlinfo.xy2lola.empty();
-      c.coast = view->boundaries && pic->ovlinfo.built_coast != 0;
+      c.coast = view->boundaries && pic->ovlinfo.built_coast != 0 && pic->ovlinfo.built_coast != 2;
     }
   }
   c.grid_rgb[0] = uint8_t(view->grid_clr.red >> 8);
@@ -459,6 +459,7 @@ int draw_pic(PICINFO* pic, VIEWINFO* view, int width, int height, RGBIMAGE* out,
   }
   if (c.grid || c.coast) make_cells(&pic->ovlinfo, c.step_lon, c.step_lat);
 
+  pic_line_count(pic);  // builds the line index now, not in the workers
   int nthreads = opts->threads;
   if (nthreads <= 0)
     nthreads = int(std::min(2u, std::max(1u, std::thread::hardware_concurrency())));

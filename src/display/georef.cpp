@@ -296,6 +296,8 @@ int create_overlay(FILE* coast, PICINFO* pic) {
   if (coast && !ovl.lola2xy.empty()) {
     std::rewind(coast);
     ovl.built_coast = draw_coast_file(coast, &ovl, w, h) == GSHHS_CORRUPT ? -1 : 1;
+  } else if (coast) {
+    ovl.built_coast = 2;  // no lon/lat table to place the coast with: nothing to draw
   }
   lonlat2ovl(ovl.xy2lola, w, h, ovl.ovlarr);
   ovl.built = 1;

@@ -10,6 +10,7 @@
 #include "display/chanmap.h"
 #include "display/draw.h"
 #include "display/lumcal.h"
+#include "display/render.h"
 #include "picture_builder.h"
 #include "support/testutil.h"
 
@@ -317,4 +318,49 @@ TEST(DrawPic, NoPicture) {
   EXPECT_EQ(draw_pic(pic, v.get(), 5, 4, &im), DRAW_NO_PICTURE);
   EXPECT_EQ(im.rgb.size(), 60u);
   pic_delete(pic);
+}
+
+// The headless render: automatic window, false colour, north-up mirroring,
+// a channel the picture does not have.
+TEST(Render, Options) {
+  auto pic = dtest::make_picture(
+      100, 20, 2, [](int ch, int x, int y) { return ch == 1 ? 200 + x : 300 + 10 * y; });
+  pic->file_type = FT_HRPT;
+  pic->sat_type = HRPT;
+  pic->scan_ver = S_N;
+  VIEWINFO v;
+  RGBIMAGE im;
+  RENDEROPTS o;
+  ASSERT_EQ(render_picture(pic.get(), o, &v, &im), DRAW_OK);
+  EXPECT_EQ(im.width, 100);
+  EXPECT_EQ(im.height, 20);
+  // Drawn columns 0..98 hold 200..298: the window becomes 200..298.
+  EXPECT_EQ(v.lum_min, 200);
+  EXPECT_EQ(v.lum_max, 298);
+  for (int x = 0; x < 99; x += 7) EXPECT_EQ(px(im, x, 3)[0], lum_lin(200 + x, 200, 298)) << x;
+
+  // Fixed window, channel 2, north up: the last line (a south-to-north pass)
+  // at the top.
+  o.lum_auto = 0;
+  o.channel = 2;
+  o.north_up = 1;
+  ASSERT_EQ(render_picture(pic.get(), o, &v, &im), DRAW_OK);
+  EXPECT_EQ(px(im, 10, 0)[0], lum_lin(300 + 10 * 19, 0, 1023));
+  o.north_up = 0;
+  ASSERT_EQ(render_picture(pic.get(), o, &v, &im), DRAW_OK);
+  EXPECT_EQ(px(im, 10, 0)[0], lum_lin(300, 0, 1023));
+
+  // False colour with NOAA's default map, at another size.
+  o.false_colour = 1;
+  o.width = 50;
+  o.height = 10;
+  ASSERT_EQ(render_picture(pic.get(), o, &v, &im), DRAW_OK);
+  ASSERT_EQ(im.rgb.size(), 50u * 10 * 3);
+  // Screen (5, 2) shows picture (10, 4): ch1 210 blue, ch2 340 * 1.1 red and green.
+  int rg = int(1.1f * 340.0f);
+  EXPECT_EQ(px(im, 5, 2)[0], lum_lin(rg, 0, 1023));
+  EXPECT_EQ(px(im, 5, 2)[2], lum_lin(210, 0, 1023));
+
+  o.channel = 7;
+  EXPECT_EQ(render_picture(pic.get(), o, &v, &im), DRAW_NO_PICTURE);
 }

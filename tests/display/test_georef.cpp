@@ -6,6 +6,7 @@
 
 #include "display/georef.h"
 #include "picture_builder.h"
+#include "support/testutil.h"
 
 namespace {
 
@@ -251,6 +252,17 @@ TEST(OverlayTables, CacheRule) {
   EXPECT_EQ(pic->ovlinfo.ovlarr.size(), 200u);
   EXPECT_EQ(pic->ovlinfo.xy2lola.size(), 202u);
   EXPECT_NEAR(pic->ovlinfo.xy2lola[5].a, 5.5 + 0.5, 1e-4);
+
+  // Positions that span nothing give no lon/lat table: the coast cannot be
+  // placed, and the next drawing does not try again.
+  auto flat = dtest::make_picture(20, 10, 1, [](int, int, int) { return 0; });
+  flat->valid_time = flat->orbit.valid = 1;
+  FILE* coast = std::fopen(testutil::source_path("data/gshhs_c.b").c_str(), "rb");
+  ASSERT_NE(coast, nullptr);
+  EXPECT_EQ(create_overlay(coast, flat.get()), 1);
+  EXPECT_TRUE(flat->ovlinfo.lola2xy.empty());
+  EXPECT_EQ(create_overlay(coast, flat.get()), 0);
+  std::fclose(coast);
 }
 
 // Screen to picture: zoom, mirroring of south-to-north passes, zero zoom.
