@@ -1,7 +1,9 @@
 # Compiler flags shared by every target of the project.
 add_library(pava_flags INTERFACE)
-target_compile_options(pava_flags INTERFACE
-  -Wall -Wextra -Wshadow=local -Wno-missing-field-initializers)
+target_compile_options(pava_flags INTERFACE -Wall -Wextra -Wno-missing-field-initializers)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  target_compile_options(pava_flags INTERFACE -Wshadow=local)
+endif()
 if(PAVA_WERROR)
   target_compile_options(pava_flags INTERFACE -Werror)
 endif()

@@ -75,7 +75,8 @@ void log_message(const char* fmt, ...) {
 
   FILE* out = nullptr;
   if (g_log.enabled) {
-    if (g_log.path.empty()) g_log.path = pava::strprintf("%s%c%s", g_log.home.c_str(), '/', "pava.log");
+    if (g_log.path.empty())
+      g_log.path = pava::strprintf("%s%c%s", g_log.home.c_str(), '/', "pava.log");
     out = std::fopen(g_log.path.c_str(), "a");
   }
   FILE* fp = out ? out : stdout;

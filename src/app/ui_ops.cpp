@@ -13,7 +13,8 @@ int def_progress(double, const char*) { return 0; }
 int def_ask(const char*, const char*) { return 0; }
 void def_drain() {}
 
-const UI_OPS kDefaults = {def_message, def_set_entry, def_set_led, def_progress, def_ask, def_drain};
+const UI_OPS kDefaults = {def_message,  def_set_entry, def_set_led,
+                          def_progress, def_ask,       def_drain};
 UI_OPS g_ops = kDefaults;
 
 }  // namespace

@@ -8,16 +8,18 @@
 #include "reception/recordinfo.h"
 #include "tracking/rotor_types.h"
 
-constexpr int PREFS_NSATS = 14;      // satellites of the tracking table
-constexpr int PREFS_NFAMILIES = 4;   // "NOAA", "METOP", "METEOR", "FY3"
-constexpr int PREFS_NMAPS = 3;       // stored channel maps per family
-constexpr int PREFS_NCOLOURS = 13;   // Clr. colours of the tracker map
+constexpr int PREFS_NSATS = 14;     // satellites of the tracking table
+constexpr int PREFS_NFAMILIES = 4;  // "NOAA", "METOP", "METEOR", "FY3"
+constexpr int PREFS_NMAPS = 3;      // stored channel maps per family
+constexpr int PREFS_NCOLOURS = 13;  // Clr. colours of the tracker map
+// Observer_Lon/Observer_Lat: degrees in the file, radians in memory.
+constexpr double PREFS_DEG2RAD = 3.14159265358979323846 / 180.0;
 
 // One entry of the tracking satellite table.
 struct SATSEL {
-  char name[40];   // satellite name (the item's default)
-  char sel[8];     // "TRUE" / "FALSE" as read
-  int on;          // selected for tracking
+  char name[40];  // satellite name (the item's default)
+  char sel[8];    // "TRUE" / "FALSE" as read
+  int on;         // selected for tracking
 };
 
 struct PREFS {
@@ -29,7 +31,7 @@ struct PREFS {
   int main_wnd_x, main_wnd_y;
   int trk_wnd_x, trk_wnd_y;
   int sub_wnd_x, sub_wnd_y;
-  int port_type;                 // PORT_TYPE
+  int port_type;  // PORT_TYPE
   int parport_nr;
   int parport_base;
   int fast_parportaccess;
@@ -51,7 +53,7 @@ struct PREFS {
   int grid_color, boundary_color;  // packed 0xRRGGBB
   int linearize;
   int keep_xyrel;
-  int sur_ulim, dsp_llim;          // despeckle limits
+  int sur_ulim, dsp_llim;  // despeckle limits
   float fix_zoomfactor;
   int hrpt_start_after_in_sync, hrpt_stop_after_out_sync;
   int hri_start_after_in_sync, hri_stop_after_out_sync;
@@ -60,7 +62,7 @@ struct PREFS {
   float rec_zx;
   int rec_do_live, rec_auto_zoom_keep_aspect, rec_clear_wnd_at_start;
   int rec_show_skipy, rec_line_insync_thr;
-  int hrpt_scandir;                // SCANDIR of the recorder
+  int hrpt_scandir;  // SCANDIR of the recorder
   int hrpt_showchan;
   int hrptrec_save_rec;
   int hrptrec_auto_getkepler;
@@ -81,15 +83,15 @@ struct PREFS {
   int ext_prog_on;
   char prog_up[200], prog_down[200], prog_trackingup[200], prog_idledown[200];
   char observer_name[40];
-  EPOINT refpos;                   // observer: lon/lat radians, alt
-  float elev_horiz;                // radians
-  int elev_det;                    // degrees
+  EPOINT refpos;     // observer: lon/lat radians, alt
+  float elev_horiz;  // radians
+  int elev_det;      // degrees
   float rotreptime;
   float radio_horizon;
   ROTOR rotor;
-  float utc_offset;                // hours of local time against UTC
+  float utc_offset;  // hours of local time against UTC
   TM_OFFSET tm_off;
-  int clr[PREFS_NCOLOURS];         // packed Clr. colours
+  int clr[PREFS_NCOLOURS];  // packed Clr. colours
   RGBCLR clr_rgb[PREFS_NCOLOURS];
   RGBCLR grid_clr, boundary_clr;
   int sunshadow;
@@ -97,9 +99,9 @@ struct PREFS {
   SATSEL sats[PREFS_NSATS];
 
   // Settings not stored under a key of their own.
-  int log;                         // write pava.log (option -log)
-  float reptime;                   // tracking period, seconds
-  int display_mode;                // board angle display
+  int log;           // write pava.log (option -log)
+  float reptime;     // tracking period, seconds
+  int display_mode;  // board angle display
   CLRMAPCHAN clrmaps[PREFS_NFAMILIES][PREFS_NMAPS];
   CLRMAPCHAN clrmaps_loaded[PREFS_NFAMILIES][PREFS_NMAPS];
 };

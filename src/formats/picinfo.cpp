@@ -79,7 +79,8 @@ int pic_line_count(const PICINFO* pic) {
 
 double** alloc_lines(int count, int size) {
   if (count < 0 || size < 0) return nullptr;
-  auto** lines = static_cast<double**>(std::calloc(size_t(size) ? size_t(size) : 1, sizeof(double*)));
+  auto** lines =
+      static_cast<double**>(std::calloc(size_t(size) ? size_t(size) : 1, sizeof(double*)));
   if (!lines) return nullptr;
   for (int i = 0; i < size; i++) {
     lines[i] = static_cast<double*>(std::calloc(size_t(count) ? size_t(count) : 1, 8));

@@ -21,9 +21,9 @@ struct FRAMEINFO {
   int words_per_frame;  // 10-bit words of one line as stored
   int words_per_line;
   int bytes_per_line;
-  int header_len;       // frame header words kept per line
-  int leader_len;       // words between header and first channel
-  int inter_chan;       // channels stored
+  int header_len;  // frame header words kept per line
+  int leader_len;  // words between header and first channel
+  int inter_chan;  // channels stored
   int dist_chan;
 };
 
@@ -47,7 +47,7 @@ struct XLINE {
   uint8_t* olmask;                // width bytes: grid/coast mask
   ::tm_ms tm_ms;
   EPOINT subsatpos;
-  EPOINT* pos;                    // width earth positions
+  EPOINT* pos;  // width earth positions
   int width;
   int nrchan;
   int linenr;
@@ -75,7 +75,7 @@ struct GIFDECODER;  // decoder state while reading GIF files
 struct PICINFO {
   char work_location[300];
   char file_name[200];
-  FILE* fp;                  // open file of the picture; null: no picture open
+  FILE* fp;  // open file of the picture; null: no picture open
   FILE_TYPE file_type;
   SAT_TYPE sat_type;
   int sat_id;
@@ -84,7 +84,7 @@ struct PICINFO {
   int no_xymapping;
   int reed_solomon;
   int jpg_quality;
-  float max_sens_angle;      // degrees
+  float max_sens_angle;  // degrees
   CLRMAP clrmap;
   FRAMEINFO fri;
   long pic_strt;

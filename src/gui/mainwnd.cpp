@@ -1,5 +1,7 @@
 #include "gui/mainwnd.h"
 
+#include <gdk/gdkkeysyms.h>
+
 #include "app/core/redraw.h"
 #include "app/log.h"
 #include "config/prefs.h"
@@ -33,6 +35,9 @@ GtkWidget* build_menubar(GtkWidget* window) {
   GtkWidget* menu = gtk_menu_new();
   GtkWidget* quit = gtk_menu_item_new_with_label("Quit");
   g_signal_connect(quit, "activate", G_CALLBACK(on_quit), window);
+  GtkAccelGroup* accel = gtk_accel_group_new();
+  gtk_window_add_accel_group(GTK_WINDOW(window), accel);
+  gtk_widget_add_accelerator(quit, "activate", accel, GDK_q, GDK_CONTROL_MASK, GTK_ACCEL_VISIBLE);
   gtk_menu_shell_append(GTK_MENU_SHELL(menu), quit);
   gtk_menu_item_set_submenu(GTK_MENU_ITEM(file), menu);
   gtk_menu_shell_append(GTK_MENU_SHELL(bar), file);
@@ -82,7 +87,8 @@ GtkWidget* make_gui(PICINFO* pic, VIEWINFO* view, RECORDINFO* rec) {
     GtkWidget* page = i == 0 ? area : gtk_vbox_new(FALSE, 0);
     gtk_notebook_append_page(GTK_NOTEBOOK(notebook), page, gtk_label_new(name));
   }
-  if (prefs.main_wnd_x || prefs.main_wnd_y) gtk_window_move(GTK_WINDOW(window), prefs.main_wnd_x, prefs.main_wnd_y);
+  if (prefs.main_wnd_x || prefs.main_wnd_y)
+    gtk_window_move(GTK_WINDOW(window), prefs.main_wnd_x, prefs.main_wnd_y);
   return window;
 }
 

@@ -13,7 +13,6 @@
 #include "gui/mainwnd.h"
 #include "reception/recordinfo.h"
 
-
 namespace {
 
 int sched_recordnow(gpointer) { return FALSE; }
@@ -61,8 +60,8 @@ int main(int argc, char** argv) {
   if (pic->file_name[0] == '\0' && argc >= 2 && argv[argc - 1][0] != '-' &&
       argv[argc - 2][0] != '-') {
     if (std::strlen(argv[argc - 1]) >= sizeof pic->file_name) {
-      std::fprintf(stderr, "Error: Option %s: value too long (at most %d characters).\n",
-                   "<file>", int(sizeof pic->file_name) - 1);
+      std::fprintf(stderr, "Error: Option %s: value too long (at most %d characters).\n", "<file>",
+                   int(sizeof pic->file_name) - 1);
       pic_delete(pic);
       return 1;
     }

@@ -45,8 +45,8 @@ constexpr int SGP4_NPARAMS = 92;
 // only where a file layout stores it.
 struct KEPLER {
   char name[20];
-  int epoch_year;       // years since 1900
-  double epoch_day;     // day of year with fraction
+  int epoch_year;    // years since 1900
+  double epoch_day;  // day of year with fraction
   float decay_rate;
   float decay_rate2;
   float bstar;
@@ -55,7 +55,7 @@ struct KEPLER {
   float eccentricity;
   float perigee, d_perigee;
   float anomaly, d_anomaly;
-  float motion;         // revolutions per day
+  float motion;  // revolutions per day
   long epoch_rev;
   char ephemeris_type;
   tle_t tle;
@@ -69,5 +69,5 @@ struct TM_OFFSET {
   float tz_offset;   // hours added to GMT
   float sec_offset;  // seconds added
   int sec_xoffset;
-  float reptime;     // repeat interval of the caller's timer, seconds
+  float reptime;  // repeat interval of the caller's timer, seconds
 };

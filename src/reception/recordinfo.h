@@ -10,20 +10,20 @@ enum PORT_TYPE { unk_port = 0, parport = 1, ethernet = 2, usb = 3, from_file = 4
 
 // The decoder board connection.
 struct USB_ITEMS {
-  int ena;             // USB link enabled in the preferences
-  void* ftHandle;      // open device, null while closed
-  int usb_use_id;      // 1: open the device with serial number usbport_id
+  int ena;         // USB link enabled in the preferences
+  void* ftHandle;  // open device, null while closed
+  int usb_use_id;  // 1: open the device with serial number usbport_id
   char usbport_id[30];
-  int fast_ftd;        // fast (FT232H) transfer mode
+  int fast_ftd;  // fast (FT232H) transfer mode
 };
 typedef USB_ITEMS usb_items;
 
 // Serial port of the rotor.
 struct UART_SET {
   int ena;
-  int portnr;          // index into the serial device table
-  int speed;           // baud
-  char command[100];   // command template
+  int portnr;         // index into the serial device table
+  int speed;          // baud
+  char command[100];  // command template
 };
 
 // Network link to a rotor controller.
@@ -33,7 +33,7 @@ struct eth_items {
   char port_nr[20];
   char nip_addr[3][20];
   char nport_nr[3][20];
-  int sock;            // connected socket, <= 0 when closed
+  int sock;  // connected socket, <= 0 when closed
 };
 
 struct RECORDINFO {
@@ -48,10 +48,10 @@ struct RECORDINFO {
   int show_skipy;
   char rec_chan[10];
   char work_location[300];
-  const char* file_loc;      // points at one of the dir_ fields
+  const char* file_loc;  // points at one of the dir_ fields
   char file_name[100];
-  const char* file_prefix;   // points at one of the base fields
-  const char* file_suffix;   // points at one of the ext fields
+  const char* file_prefix;  // points at one of the base fields
+  const char* file_suffix;  // points at one of the ext fields
   char dir_hrpt[50], file_hrptbase[30], file_hrptext[30];
   char dir_chrpt[50], file_chrptbase[30], file_chrptext[30];
   char dir_mhrpt[50], file_mhrptbase[30], file_mhrptext[30];

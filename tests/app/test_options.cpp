@@ -61,7 +61,7 @@ TEST(Options, TypeWords) {
   const struct {
     const char* word;
     FILE_TYPE type;
-  } rows[] = {{"m1", FT_MHRPT1}, {"m2", FT_MHRPT2}, {"mp", FT_METOP}, {"aqua", FT_AQUA},
+  } rows[] = {{"m1", FT_MHRPT1}, {"m2", FT_MHRPT2},       {"mp", FT_METOP},       {"aqua", FT_AQUA},
               {"fy3", FT_FY3},   {"qnoaa20", FT_QNOAA20}, {"qnoaa21", FT_QNOAA21}};
   for (const auto& row : rows) {
     Records r;
@@ -84,7 +84,8 @@ TEST(Options, ParserExitsAndMessages) {
       {{"-nosuch"}, 0, "Error: Wrong or incomplete option '-nosuch' \n"},
       {{"-record", "-log"}, 0, "Error: Missing option for -record \n"},
       {{"-V"}, 0, "* Version: 2023.3\n"},
-      {{"-record", "hrpt:12345678"}, 1,
+      {{"-record", "hrpt:12345678"},
+       1,
        "Error: Option -record: value too long (at most 9 characters).\n"},
   };
   for (const auto& row : rows) {
@@ -95,11 +96,12 @@ TEST(Options, ParserExitsAndMessages) {
 
 TEST(Options, HelpListing) {
   Records r;
-  EXPECT_EXIT(parse(r, {"-H"}), testing::ExitedWithCode(0),
-              testing::AllOf(testing::HasSubstr("* Release: 2023.3\n"),
-                             testing::HasSubstr("    -record <chan>"),
-                             testing::HasSubstr("record one time "),
-                             testing::HasSubstr("         pava -record hrpt:a      record HRPT, all channels\n")));
+  EXPECT_EXIT(
+      parse(r, {"-H"}), testing::ExitedWithCode(0),
+      testing::AllOf(
+          testing::HasSubstr("* Release: 2023.3\n"), testing::HasSubstr("    -record <chan>"),
+          testing::HasSubstr("record one time "),
+          testing::HasSubstr("         pava -record hrpt:a      record HRPT, all channels\n")));
 }
 
 TEST(PavaProgram, WithoutDisplay) {
@@ -110,13 +112,14 @@ TEST(PavaProgram, WithoutDisplay) {
   auto h = pava({"-H"});
   EXPECT_EQ(h.status, 0);
   EXPECT_EQ(h.out, "  Options:\n  \n  options for selecting (wild-cards allowed)s:\n");
-  EXPECT_NE(h.err.find(std::string(62, '*') + "\n* Weather satellite program for HRPT/CHRPT/HRI.\n"),
-            std::string::npos);
+  EXPECT_NE(
+      h.err.find(std::string(62, '*') + "\n* Weather satellite program for HRPT/CHRPT/HRI.\n"),
+      std::string::npos);
   EXPECT_NE(h.err.find("the Pava developers\n*" + std::string(61, '-') + "\n"), std::string::npos);
-  for (const char* opt : {"-H", "--help", "-V", "-i <file>", "-w <width>", "-h <height>", "-sn",
-                          "-t <type>", "-record <chan>", "-crecord <chan>", "-batch <chan>",
-                          "-cbatch <chan>", "-log", "-pr_vcid <ofile>", "-ts", "-plottrack",
-                          "-sim <ifile>", "-log_rs <logfile>"}) {
+  for (const char* opt :
+       {"-H", "--help", "-V", "-i <file>", "-w <width>", "-h <height>", "-sn", "-t <type>",
+        "-record <chan>", "-crecord <chan>", "-batch <chan>", "-cbatch <chan>", "-log",
+        "-pr_vcid <ofile>", "-ts", "-plottrack", "-sim <ifile>", "-log_rs <logfile>"}) {
     EXPECT_NE(h.err.find(std::string("    ") + opt + " "), std::string::npos) << opt;
   }
 
@@ -144,7 +147,8 @@ TEST(PavaProgram, WithoutDisplay) {
 
 TEST(PavaProgram, FileErrorsAtStart) {
   testutil::TempDir dir;
-  auto unknown = testutil::run({testutil::bin_path("pava"), "nosuch.dat"}, dir.path(), {"DISPLAY="});
+  auto unknown =
+      testutil::run({testutil::bin_path("pava"), "nosuch.dat"}, dir.path(), {"DISPLAY="});
   EXPECT_EQ(unknown.status, 1);
   EXPECT_EQ(unknown.err, "ERROR: nosuch.dat is unknown file type.\n");
   auto hpt = testutil::run({testutil::bin_path("pava"), "nosuch.hpt"}, dir.path(), {"DISPLAY="});

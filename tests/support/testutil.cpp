@@ -15,7 +15,9 @@ namespace testutil {
 
 std::string shared_path(const std::string& rel) { return std::string(PAVA_SHARED_DIR) + "/" + rel; }
 std::string source_path(const std::string& rel) { return std::string(PAVA_SOURCE_DIR) + "/" + rel; }
-std::string bin_path(const std::string& program) { return std::string(PAVA_BIN_DIR) + "/" + program; }
+std::string bin_path(const std::string& program) {
+  return std::string(PAVA_BIN_DIR) + "/" + program;
+}
 
 TempDir::TempDir() {
   const char* base = std::getenv("PAVA_TEST_TMP");

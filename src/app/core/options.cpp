@@ -64,8 +64,8 @@ SETARG* Create_SetArg(SETARG** groups, const char* name) {
   return g;
 }
 
-ARG* Create_Arg(ARG** args, const char* name, const char* opt, const char* frmt1,
-                const char* frmt2, argcode code, const char* help, ...) {
+ARG* Create_Arg(ARG** args, const char* name, const char* opt, const char* frmt1, const char* frmt2,
+                argcode code, const char* help, ...) {
   ARG* a = new_record<ARG>();
   a->name = name ? name : "";
   a->opt = opt ? opt : "";
@@ -155,8 +155,8 @@ int do_options1(argcode code, const char* word, const char* arg, PICINFO* pic, V
       static const struct {
         const char* word;
         FILE_TYPE type;
-      } kTypes[] = {{"m1", FT_MHRPT1},  {"m2", FT_MHRPT2},      {"mp", FT_METOP},
-                    {"aqua", FT_AQUA},  {"fy3", FT_FY3},        {"qnoaa20", FT_QNOAA20},
+      } kTypes[] = {{"m1", FT_MHRPT1},      {"m2", FT_MHRPT2}, {"mp", FT_METOP},
+                    {"aqua", FT_AQUA},      {"fy3", FT_FY3},   {"qnoaa20", FT_QNOAA20},
                     {"qnoaa21", FT_QNOAA21}};
       for (const auto& t : kTypes) {
         if (std::strcmp(arg, t.word) == 0) {
@@ -236,7 +236,8 @@ void usage(SETARG* groups, const char* prefix) {
       size_t pos = 0;
       do {
         size_t nl = a->help.find('\n', pos);
-        std::string line = a->help.substr(pos, nl == std::string::npos ? std::string::npos : nl - pos);
+        std::string line =
+            a->help.substr(pos, nl == std::string::npos ? std::string::npos : nl - pos);
         std::fprintf(stderr, "    %-35s %s\n", first, line.c_str());
         first = "";
         pos = nl == std::string::npos ? std::string::npos : nl + 1;

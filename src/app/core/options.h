@@ -9,10 +9,26 @@ struct RECORDINFO;
 extern const char* const PAVA_RELEASE;  // "2023.3"
 
 enum argcode {
-  opt_unk = 0, opt_help = 1, opt_vers = 2, opt_ifile = 3, opt_wnd_width = 4, opt_wnd_height = 5,
-  opt_bound = 6, opt_type = 7, opt_rec = 8, opt_crec = 9, opt_bat = 10, opt_cbat = 11,
-  opt_log = 12, opt_pr_vcid = 13, opt_ts = 14, opt_plottr = 15, opt_sim1 = 16, opt_sim2 = 17,
-  opt_dbg = 18, opt_logrs = 19
+  opt_unk = 0,
+  opt_help = 1,
+  opt_vers = 2,
+  opt_ifile = 3,
+  opt_wnd_width = 4,
+  opt_wnd_height = 5,
+  opt_bound = 6,
+  opt_type = 7,
+  opt_rec = 8,
+  opt_crec = 9,
+  opt_bat = 10,
+  opt_cbat = 11,
+  opt_log = 12,
+  opt_pr_vcid = 13,
+  opt_ts = 14,
+  opt_plottr = 15,
+  opt_sim1 = 16,
+  opt_sim2 = 17,
+  opt_dbg = 18,
+  opt_logrs = 19
 };
 
 // One option.
@@ -23,7 +39,7 @@ struct ARG {
   std::string frmt2;  // non-empty: the option takes the next word as argument
   bool has_frmt1, has_frmt2;
   argcode code;
-  std::string help;   // a help text beginning with '!' hides the option
+  std::string help;  // a help text beginning with '!' hides the option
   int refcount;
   ARG* prev;
   ARG* next;
@@ -39,9 +55,8 @@ struct SETARG {
 };
 
 SETARG* Create_SetArg(SETARG** groups, const char* name);
-ARG* Create_Arg(ARG** args, const char* name, const char* opt, const char* frmt1,
-                const char* frmt2, argcode code, const char* help, ...)
-    __attribute__((format(printf, 7, 8)));
+ARG* Create_Arg(ARG** args, const char* name, const char* opt, const char* frmt1, const char* frmt2,
+                argcode code, const char* help, ...) __attribute__((format(printf, 7, 8)));
 void Remove_SetArgs(SETARG** groups);
 
 // The option table of the program.

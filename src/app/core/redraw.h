@@ -10,8 +10,8 @@ struct VIEWINFO;
 struct REDRAW_CTX {
   PICINFO* pic;
   VIEWINFO* view;
-  int enable_update;   // the window's update flag ("Is_Canvas2")
-  int idle_pending;    // an idle redraw is queued
+  int enable_update;  // the window's update flag ("Is_Canvas2")
+  int idle_pending;   // an idle redraw is queued
   // Queues fn(data) to run once when the main loop is idle (g_idle_add).
   void (*add_idle)(int (*fn)(void*), void* data);
   // Fits the zoom values to the drawing area (may be null).
@@ -23,7 +23,7 @@ struct REDRAW_CTX {
   void (*draw_failed)(REDRAW_CTX* ctx);
   // Updates the luminance display (may be null).
   void (*update_lum)(REDRAW_CTX* ctx);
-  void* user;          // the window
+  void* user;  // the window
 };
 
 // Requests a redraw; returns at once.
