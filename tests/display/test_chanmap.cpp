@@ -161,6 +161,8 @@ class StoredMaps : public ::testing::Test {
     saved_ = prefs;
     std::memset(prefs.clrmaps, 0, sizeof prefs.clrmaps);
     std::memset(prefs.clrmaps_loaded, 0, sizeof prefs.clrmaps_loaded);
+    prefs.prefs_file[0] = '\0';  // saving writes pava.ini into the current directory
+    prefs.cur_dir[0] = '\0';
     view_.reset(dtest::make_view());
   }
   void TearDown() override { prefs = saved_; }
@@ -236,6 +238,10 @@ TEST_F(StoredMaps, StoreGetUndoSave) {
   EXPECT_EQ(b.store[0], STORE_SAVED);  // was red: now green
   EXPECT_EQ(b.store[2], STORE_PLAIN);
   EXPECT_EQ(b.save_sensitive, 0);
+  // The stored map is in the preferences file's ClrMap lines.
+  std::string ini = testutil::read_file(dir.file("pava.ini"));
+  EXPECT_NE(ini.find("M1 \"METOP\""), std::string::npos) << ini;
+  EXPECT_NE(ini.find("C3[0.00,1.50,0.00]"), std::string::npos);
   RGBCLR green = store_button_colour(STORE_SAVED);
   EXPECT_EQ(green.green, 0xffff);
   EXPECT_EQ(green.red, 0);
