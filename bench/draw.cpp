@@ -102,6 +102,23 @@ BENCHMARK(BM_DrawPic)
       return s[s.size() / 2] / kBudgetMs;  // median over the 10 ms budget (times in ms)
     });
 
+// The overlay tables of the whole pass (pixel to lon/lat, lon/lat to pixel,
+// grid mask) with the intermediate coastlines drawn into the mask: made once
+// per picture and after every change of the orbit corrections.
+void BM_CreateOverlay(benchmark::State& state) {
+  PICINFO* pic = make_pass();
+  std::string coast = std::string(PAVA_SOURCE_DIR) + "/data/gshhs_i.b";
+  for (auto _ : state) {
+    free_overlay(&pic->ovlinfo);
+    FILE* f = std::fopen(coast.c_str(), "rb");
+    create_overlay(f, pic);
+    if (f) std::fclose(f);
+  }
+  state.counters["lola_scale"] = pic->ovlinfo.scale;
+  state.counters["lola_cells"] = double(pic->ovlinfo.lola2xy.size());
+}
+BENCHMARK(BM_CreateOverlay)->Unit(benchmark::kMillisecond)->Iterations(3);
+
 }  // namespace
 
 BENCHMARK_MAIN();
