@@ -102,6 +102,10 @@ void gather(const DrawCtx& c, int ch, int py, const int* cols, int n, float* fv)
     return;
   }
   const uint16_t* src = l->line[slot];
+  if (l->width >= pic->width) {  // the screen map stays inside such a line
+    for (int i = 0; i < n; i++) fv[i] = float(src[cols[i]]);
+    return;
+  }
   const int wmax = l->width - 1;
   for (int i = 0; i < n; i++) fv[i] = float(src[std::min(cols[i], wmax)]);
 }
@@ -480,6 +484,9 @@ int draw_pic(PICINFO* pic, VIEWINFO* view, int width, int height, RGBIMAGE* out,
 int pixel_value(const PICINFO* pic, const VIEWINFO* view, int x, int y) {
   DrawCtx c;
   prepare_channels(c, pic, view);
+  if (pic->width <= 0 || pic_line_count(pic) == 0) return 0;
+  x = std::clamp(x, 0, pic->width - 1);
+  y = std::clamp(y, 0, pic_line_count(pic) - 1);
   RowBufs rb;
   rb.size(1, 1);
   compute_values(c, rb, y, &x, 1);
