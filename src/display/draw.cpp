@@ -216,12 +216,13 @@ void draw_rows(const DrawCtx& c, int y0, int y1, uint8_t* out, long* hist_out) {
   bool up_valid = false;
   const int half_lon = 180 / c.step_lon;
   const bool have_cells = !c.pic->ovlinfo.cells.empty();
+  const int cell_rows = pw > 0 ? int(c.pic->ovlinfo.cells.size() / size_t(pw)) : 0;
   const bool grid = c.grid && have_cells;
   const bool coast = c.coast && have_cells;
   const int nov = std::min(nv, W - 1);  // overlays leave the last row and column
   std::vector<uint8_t> vmask(size_t(std::max(nov, 1)), 0);
   int grid_py = -1;  // picture line of the overlay flags and cells
-  if (grid && y0 > 0 && c.ymap[y0 - 1] >= 0) {
+  if (grid && y0 > 0 && c.ymap[y0 - 1] >= 0 && c.ymap[y0 - 1] < cell_rows) {
     // The row above the first: its cells for the crossings against it.
     const uint32_t* cl = &c.pic->ovlinfo.cells[size_t(c.ymap[y0 - 1]) * size_t(pw)];
     for (int i = 0; i < nov; i++) {
@@ -263,6 +264,11 @@ void draw_rows(const DrawCtx& c, int y0, int y1, uint8_t* out, long* hist_out) {
       last_py = py;
     }
     if (sy == c.H - 1 || !(grid || coast)) continue;
+    if (py >= cell_rows) {  // a line newer than the overlay tables
+      up_valid = false;
+      grid_py = -1;
+      continue;
+    }
     // Overlay flags of the row: 1 grid, 2 coast (drawn over the grid).
     uint8_t* ov = vmask.data();
     if (py != grid_py) {

@@ -276,12 +276,15 @@ void free_overlay(OVLINFO* ovl) {
 int create_overlay(FILE* coast, PICINFO* pic) {
   OVLINFO& ovl = pic->ovlinfo;
   const ORBIT& orbit = pic->orbit;
-  if (ovl.built && !ovl.ovlarr.empty() && ovl.built_offset_gmt == orbit.offset_gmt &&
-      ovl.built_offset_sec == orbit.offset_sec && ovl.built_offset_lon == orbit.offset_lon &&
-      ovl.built_use_sattime == orbit.use_sattime && (ovl.built_coast || !coast))
+  const int w = pic->width, h = std::min(pic->height, pic_line_count(pic));
+  // Kept unless a correction changed, the mask is gone, or the picture grew
+  // (lines arriving during a recording).
+  if (ovl.built && !ovl.ovlarr.empty() && ovl.ovlarr.size() == size_t(w) * size_t(std::max(h, 0)) &&
+      ovl.built_offset_gmt == orbit.offset_gmt && ovl.built_offset_sec == orbit.offset_sec &&
+      ovl.built_offset_lon == orbit.offset_lon && ovl.built_use_sattime == orbit.use_sattime &&
+      (ovl.built_coast || !coast))
     return 0;
   free_overlay(&ovl);
-  int w = pic->width, h = std::min(pic->height, pic_line_count(pic));
   if (w <= 0 || h <= 0) return -1;
   ovl.ovlarr.assign(size_t(w) * size_t(h), 0);
   ovl.xy2lola = mklut_xy2lonlat(pic->xline, w, h, orbit.offset_lon);

@@ -247,6 +247,13 @@ TEST(DrawPic, GridCoastAndThreads) {
   EXPECT_GT(row, 300);
   EXPECT_GT(grid_px, 1000);
 
+  // Lines beyond the overlay tables (a recording going on): drawn without
+  // overlay, no access past the tables.
+  pic->ovlinfo.cells.resize(size_t(400 * 150));
+  RGBIMAGE part;
+  ASSERT_EQ(draw_pic(pic.get(), v.get(), 400, 300, &part, &o), DRAW_OK);
+  pic->ovlinfo.cells.clear();
+
   for (int t : {2, 3}) {
     o.threads = t;
     RGBIMAGE b;

@@ -252,6 +252,12 @@ TEST(OverlayTables, CacheRule) {
   EXPECT_EQ(pic->ovlinfo.ovlarr.size(), 200u);
   EXPECT_EQ(pic->ovlinfo.xy2lola.size(), 202u);
   EXPECT_NEAR(pic->ovlinfo.xy2lola[5].a, 5.5 + 0.5, 1e-4);
+  // A line arriving (recording): the tables follow the picture.
+  Create_Xline(&pic->xline, 1, 20)->tm_ms.valid = 1;
+  pic_reindex(pic.get());
+  pic->height = 11;
+  EXPECT_EQ(create_overlay(nullptr, pic.get()), 1);
+  EXPECT_EQ(pic->ovlinfo.ovlarr.size(), 220u);
 
   // Positions that span nothing give no lon/lat table: the coast cannot be
   // placed, and the next drawing does not try again.
