@@ -23,7 +23,6 @@ XLINE* Create_Xline(XLINE** head, int nrchan, int width, XLINE* tail) {
   for (int k = 0; k < nrchan; k++) l->line[k] = new uint16_t[width]();
   l->line_hdr = new uint16_t[XLINE_HDRWORDS]();
   l->olmask = new uint8_t[width]();
-  l->pos = new EPOINT[width]();
   l->width = width;
   l->nrchan = nrchan;
   if (!*head) {
@@ -37,6 +36,11 @@ XLINE* Create_Xline(XLINE** head, int nrchan, int width, XLINE* tail) {
   tail->next = l;
   l->prev = tail;
   return l;
+}
+
+EPOINT* xline_alloc_pos(XLINE* line) {
+  if (!line->pos && line->width > 0) line->pos = new (std::nothrow) EPOINT[size_t(line->width)]();
+  return line->pos;
 }
 
 void Remove_Xline(XLINE** head) {

@@ -47,7 +47,7 @@ struct XLINE {
   uint8_t* olmask;                // width bytes: grid/coast mask
   ::tm_ms tm_ms;
   EPOINT subsatpos;
-  EPOINT* pos;  // width earth positions
+  EPOINT* pos;  // width earth positions, made on first need (xline_alloc_pos)
   int width;
   int nrchan;
   int linenr;
@@ -125,8 +125,12 @@ struct PICINFO {
 
 // Appends a zero-filled line with nrchan channels of width samples at the end
 // of the list *head (tail: the list's last line when the caller knows it, so
-// that building a list stays linear). Allocates line_hdr, olmask and pos.
+// that building a list stays linear). Allocates line_hdr and olmask.
 XLINE* Create_Xline(XLINE** head, int nrchan, int width, XLINE* tail = nullptr);
+
+// The line's earth positions, allocated (zeroed) on first use: only a
+// georeferenced picture needs them. Null when the allocation fails.
+EPOINT* xline_alloc_pos(XLINE* line);
 
 // Frees every line of the list and sets *head to null.
 void Remove_Xline(XLINE** head);
