@@ -2,12 +2,14 @@
 #include <gtk/gtk.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 
 #include "app/core/options.h"
 #include "app/log.h"
 #include "app/ui_ops.h"
+#include "common/text.h"
 #include "config/prefs_file.h"
 #include "formats/openfile.h"
 #include "formats/picinfo.h"
@@ -49,6 +51,9 @@ int main(int argc, char** argv) {
   rec->rec_chan[0] = '\0';
   Read_Prefs(argv[0]);
   Load_Prefs(rec.get(), view.get(), pic);
+  // The log and the GUI-settings file live in the home directory.
+  if (!prefs.home_dir[0] && std::getenv("HOME"))
+    pava::copy_text(prefs.home_dir, std::getenv("HOME"));
 
   // 6. Command line (help, version and option errors end the process here).
   do_options(argc, argv, pic, view.get(), rec.get());

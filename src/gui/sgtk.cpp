@@ -7,6 +7,8 @@
 #include <map>
 
 #include "app/core/guistate.h"
+#include "app/log.h"
+#include "config/prefs.h"
 
 namespace {
 
@@ -608,6 +610,8 @@ GtkWidget* Create_Message(GtkWidget* parent, const char* title, const char* fmt,
   va_start(ap, fmt);
   std::string text = vformat(fmt, ap);
   va_end(ap);
+  // With logging on, every message box is also a log line.
+  if (prefs.log) log_message("%s: %s", title, text.c_str());
   GtkWidget* label = gtk_label_new(text.c_str());
   gtk_misc_set_padding(GTK_MISC(label), 12, 12);
   GtkWidget* ok = gtk_button_new_with_label("OK");
