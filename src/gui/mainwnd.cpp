@@ -312,6 +312,18 @@ void on_destroy(GtkWidget* w, gpointer) {
   (void)w;
 }
 
+// The picture's keys work whenever the viewer page is in front, unless a text
+// field has the focus (it needs the letters).
+gboolean on_window_key(GtkWidget* win, GdkEventKey* ev, gpointer) {
+  if (ev->state & (GDK_CONTROL_MASK | GDK_MOD1_MASK)) return FALSE;
+  GtkWidget* focus = gtk_window_get_focus(GTK_WINDOW(win));
+  if (focus && GTK_IS_EDITABLE(focus) && gtk_editable_get_editable(GTK_EDITABLE(focus)))
+    return FALSE;
+  GtkWidget* area = canvas(win);
+  if (!area || !gtk_widget_get_mapped(area) || focus == area) return FALSE;
+  return gtk_widget_event(area, reinterpret_cast<GdkEvent*>(ev));
+}
+
 gboolean on_delete(GtkWidget* w, GdkEvent*, gpointer) {
   sgtk_state_store(w);
   return FALSE;
@@ -348,6 +360,7 @@ GtkWidget* make_gui(PICINFO* pic, VIEWINFO* view, RECORDINFO* rec) {
   gtk_window_set_default_size(GTK_WINDOW(window), w, h);
   g_signal_connect(window, "delete-event", G_CALLBACK(on_delete), nullptr);
   g_signal_connect(window, "destroy", G_CALLBACK(on_destroy), nullptr);
+  g_signal_connect(window, "key-press-event", G_CALLBACK(on_window_key), nullptr);
   g_object_set_data(G_OBJECT(window), "pava_pci", pic);
   g_object_set_data(G_OBJECT(window), "pava_vwi", view);
   g_object_set_data(G_OBJECT(window), "pava_rdi", rec);
@@ -370,7 +383,7 @@ GtkWidget* make_gui(PICINFO* pic, VIEWINFO* view, RECORDINFO* rec) {
   static const IMAGE_VIEWER_OPS ops = {render_view, view_changed, view_pointer,
                                        configure_event_main};
   GtkWidget* area = gtk_image_viewer_new(pic, view, &ops, window);
-  gtk_widget_set_size_request(area, 320, 240);
+  gtk_widget_set_size_request(area, 640, 480);
   gtk_widget_set_name(area, "GTK_DRAWING_AREA");
   g_object_set_data(G_OBJECT(area), "sgtk_id", const_cast<char*>(kCanvas));
   g_object_set_data(G_OBJECT(window), "CNVS_ID2", area);

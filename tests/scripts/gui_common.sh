@@ -28,7 +28,7 @@ gui_session() {
     printf 'cd %q\n' "$GUI_WORK"
     printf 'bin=%q\n' "$BIN"
     cat <<'EOS'
-fail() { echo "FAIL: $*"; kill $pid 2>/dev/null; exit 1; }
+fail() { echo "FAIL: $*"; kill $pid 2>/dev/null; sed "s/^/  pava: /" stderr; exit 1; }
 wait_window() {
   local w
   w=$(timeout 5 xdotool search --sync --onlyvisible --name "^$1\$" 2>/dev/null | head -n 1)
@@ -62,7 +62,7 @@ EOS
     echo '"$bin/pava" "$@" 2>stderr &'
     cat <<'EOS'
 pid=$!
-win=$(timeout 20 xdotool search --sync --onlyvisible --name '^Pava( |$)' | head -n 1)
+win=$(timeout 20 xdotool search --sync --onlyvisible --name '^Pava' | head -n 1)
 [ -n "$win" ] || fail "no main window"
 xdotool windowfocus --sync "$win" 2>/dev/null
 sleep 0.3
