@@ -1,5 +1,6 @@
 #include "gui/mainwnd.h"
 
+#include <cstring>
 #include <string>
 
 #include "app/core/redraw.h"
@@ -319,8 +320,11 @@ gboolean on_window_key(GtkWidget* win, GdkEventKey* ev, gpointer) {
   GtkWidget* focus = gtk_window_get_focus(GTK_WINDOW(win));
   if (focus && GTK_IS_EDITABLE(focus) && gtk_editable_get_editable(GTK_EDITABLE(focus)))
     return FALSE;
+  if (!ev->string || !ev->string[0] || !std::strchr("fiolcCz", ev->string[0]) || ev->string[1])
+    return FALSE;
   GtkWidget* area = canvas(win);
-  if (!area || !gtk_widget_get_mapped(area) || focus == area) return FALSE;
+  if (!area || !gtk_widget_get_realized(area) || !gtk_widget_get_mapped(area) || focus == area)
+    return FALSE;
   return gtk_widget_event(area, reinterpret_cast<GdkEvent*>(ev));
 }
 
@@ -391,6 +395,7 @@ GtkWidget* make_gui(PICINFO* pic, VIEWINFO* view, RECORDINFO* rec) {
   // 5. The notebook; with sep_track_wnd the tracker has its own window.
   GtkWidget* notebook = gtk_notebook_new();
   gtk_widget_set_name(notebook, "Notebook");
+  sgtk_persist_widget(notebook);  // the page in front outlives the run
   bool sep = prefs.sep_track_wnd != 0;
   auto add_page = [&](GtkWidget* page, const char* name) {
     gtk_notebook_append_page(GTK_NOTEBOOK(notebook), page, gtk_label_new(name));
@@ -409,8 +414,11 @@ GtkWidget* make_gui(PICINFO* pic, VIEWINFO* view, RECORDINFO* rec) {
     gtk_widget_show_all(trk);
   }
 
-  gtk_container_add(GTK_CONTAINER(window),
-                    sgtk_box(true, {menubar, display_controls(), notebook}, true));
+  GtkWidget* content = sgtk_box(true, {menubar, display_controls(), notebook}, true);
+  gtk_container_add(GTK_CONTAINER(window), content);
+  // A notebook turns only to shown pages: show them before the stored page
+  // is restored.
+  gtk_widget_show_all(content);
 
   // 6. Position, palette, menu items in line with the records.
   sgtk_state_restore(window);
@@ -420,7 +428,10 @@ GtkWidget* make_gui(PICINFO* pic, VIEWINFO* view, RECORDINFO* rec) {
   load_palette(window, nullptr);
   sync_menu_items(window);
   sgtk_set_sensitive(window, "File/Close", pic->fp != nullptr);
-  gtk_widget_grab_focus(area);
+  // The picture takes the keys, when it is in front (a hidden, unrealised
+  // focus widget would get key events it can't take).
+  // (-1: no page chosen yet, the first one will be.)
+  if (gtk_notebook_get_current_page(GTK_NOTEBOOK(notebook)) <= 0) gtk_widget_grab_focus(area);
   return window;
 }
 

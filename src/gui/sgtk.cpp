@@ -222,6 +222,10 @@ SGTK_ITEM sg_persist(SGTK_ITEM item) {
   return item;
 }
 
+void sgtk_persist_widget(GtkWidget* widget) {
+  if (widget) g_object_set_data(G_OBJECT(widget), kPersist, GINT_TO_POINTER(1));
+}
+
 GtkWidget* sgtk_item(const SGTK_ITEM& it) {
   GtkWidget* w = nullptr;
   GtkWidget* outer = nullptr;  // what is packed, when not w itself

@@ -61,6 +61,9 @@ SGTK_ITEM sg_separator();
 // The same item with its state kept in the GUI-settings file.
 SGTK_ITEM sg_persist(SGTK_ITEM item);
 
+// Marks a widget built without a description (a notebook, say) as persistent.
+void sgtk_persist_widget(GtkWidget* widget);
+
 // A row (or column) of the described widgets.
 GtkWidget* sgtk_row(const std::vector<SGTK_ITEM>& items, bool vertical = false);
 // One described widget (for entries and labelled inputs: the label and the

@@ -9,6 +9,8 @@
 #   shot FILE      screenshot of the main window
 #   has_colour FILE '#RRGGBB'   true when FILE holds pixels of that colour
 #   fail MSG       prints MSG, ends the session with status 1
+# The session runs in $GUI_WORK, which is also its home directory; a second
+# gui_session of the same test reuses it.
 # Exit status: 77 without xvfb-run/xdotool/import, 1 on failure or when GTK
 # printed a warning or critical on standard error.
 
@@ -19,8 +21,11 @@ gui_require() {
 
 gui_session() {
   gui_require
-  GUI_WORK=$(mktemp -d)
-  trap 'rm -rf "$GUI_WORK"' EXIT
+  # A second session of one test runs in the same home and directory.
+  if [ -z "${GUI_WORK:-}" ]; then
+    GUI_WORK=$(mktemp -d)
+    trap 'rm -rf "$GUI_WORK"' EXIT
+  fi
   mkdir -p "$GUI_WORK/.local/share"  # a home as GTK expects it (recent files)
   printf '%s\n' "$BODY" >"$GUI_WORK/body.sh"
   {
