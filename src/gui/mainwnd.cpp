@@ -171,8 +171,15 @@ void menu_open(GtkWidget* item, const char*) {
   add_filter(d, "All files", kAll);
   add_filter(d, "Recordings", kRaw);
   add_filter(d, "Pictures", kImages);
+  // The remembered folder, else the current one (never the "Recently Used"
+  // list, which has no folder to type a name into).
   std::string folder = sgtk_state_get("Open/folder");
-  if (!folder.empty()) gtk_file_chooser_set_current_folder(GTK_FILE_CHOOSER(d), folder.c_str());
+  if (folder.empty() || !g_file_test(folder.c_str(), G_FILE_TEST_IS_DIR)) {
+    gchar* cwd = g_get_current_dir();
+    folder = cwd;
+    g_free(cwd);
+  }
+  gtk_file_chooser_set_current_folder(GTK_FILE_CHOOSER(d), folder.c_str());
   sgtk_state_restore(d);
   g_signal_connect(d, "response", G_CALLBACK(on_open_response), win);
   gtk_widget_show_all(d);
