@@ -242,12 +242,14 @@ void on_not_yet_button(GtkWidget* w, gpointer) { Create_Message(w, "Info", "%s",
 
 void on_clum(GtkWidget* w, gpointer) {
   GtkWidget* win = main_window(w);
+  if (syncing(win)) return;
   Get_Viewinfo_db(win)->cmhc.lum = float(gtk_spin_button_get_value(GTK_SPIN_BUTTON(w)));
   Update_Main(win);
 }
 
 void on_gamma(GtkWidget* w, gpointer) {
   GtkWidget* win = main_window(w);
+  if (syncing(win)) return;
   Get_Viewinfo_db(win)->gamma = float(gtk_spin_button_get_value(GTK_SPIN_BUTTON(w)));
   Update_Main(win);
 }
@@ -487,6 +489,10 @@ void sync_menu_items(GtkWidget* window) {
   int ch = view_selected_channel(view);
   Set_Button(win, ch == 0 ? "Channel/False clr" : ("Channel/Ch" + std::to_string(ch)).c_str(), 1);
   Set_Entry(win, "!Satellite", "%10s", pic->sat_name);
+  // The sliders show the record's values when it has any (a zero-filled
+  // record keeps the sliders' defaults).
+  if (view->gamma > 0) sgtk_set_value(win, "^Gamma", view->gamma);
+  if (view->cmhc.lum > 0) sgtk_set_value(win, "^Clum", view->cmhc.lum);
   g_object_set_data(G_OBJECT(win), kSyncing, nullptr);
 }
 
