@@ -48,11 +48,14 @@ same fit.png rect.png && fail "dragged rectangle did not zoom"
 key f
 grep -q 'First picture drawn' pava.log || fail "no timing line: $(cat pava.log)"
 first=$(sed -n 's/.*First picture drawn \([0-9]*\) ms after start/\1/p' pava.log)
-[ "$first" -le 1500 ] || fail "first picture after $first ms"
 median=$(sed -n 's/.*Picture drawn ([0-9x]*) in \([0-9.]*\) ms/\1/p' pava.log | sort -n |
   awk '{v[NR]=$1} END {print v[int((NR+1)/2)]}')
 echo "first picture after $first ms, redraw median $median ms"
-awk -v m="$median" 'BEGIN {exit !(m <= 20)}' || fail "redraw median $median ms"
+# A sanitizer build measures the sanitizer, not the program.
+if ! grep -q __asan_init "$bin/pava"; then
+  [ "$first" -le 1500 ] || fail "first picture after $first ms"
+  awk -v m="$median" 'BEGIN {exit !(m <= 20)}' || fail "redraw median $median ms"
+fi
 EOS
 )
 gui_session -log -i "$pic"

@@ -361,12 +361,14 @@ int render_grey(const PICINFO* pic, const VIEWINFO* view, int sw, int sh, uint8_
     // Rows outside the picture stay black; column 0 may be outside, so the
     // row is found from a column that is known to be inside.
     if (!view_scr2pic(view, pic, sw, sh, sw / 2, sy, &px, &py)) continue;
+    const XLINE* l = pic_line(pic, py);
+    if (!l || slot < 0 || slot >= l->nrchan || !l->line[slot]) continue;
+    const uint16_t* samples = l->line[slot];
     uint8_t* row = rgb + size_t(sy) * size_t(sw) * 3;
     for (int sx = 0; sx < sw; sx++) {
-      if (xs[size_t(sx)] < 0) continue;
-      int v = sample(pic, slot, xs[size_t(sx)], py);
-      if (v < 0) continue;
-      auto g = uint8_t(std::min(255, v >> 2));
+      int x = xs[size_t(sx)];
+      if (x < 0 || x >= l->width) continue;
+      auto g = uint8_t(std::min(255, samples[x] >> 2));
       row[sx * 3] = row[sx * 3 + 1] = row[sx * 3 + 2] = g;
     }
   }
