@@ -80,7 +80,11 @@ int main(int argc, char** argv) {
   // 9. Open the picture named on the command line.
   if (pic->file_name[0]) {
     prefs.sep_track_wnd = 0;
+    gint64 t0 = g_get_monotonic_time();
     int r = open_file(pic, view.get(), nullptr, pic->file_type);
+    if (prefs.log)
+      log_message("Picture read (%d lines) in %.0f ms", pic_line_count(pic),
+                  double(g_get_monotonic_time() - t0) / 1000);
     if (r) {
       report_open_error(pic->file_name, r);
       close_picfile(pic);
