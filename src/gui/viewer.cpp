@@ -113,8 +113,7 @@ gboolean on_press(GtkWidget* area, GdkEventButton* ev, gpointer) {
   if (!v || ev->type != GDK_BUTTON_PRESS) return FALSE;
   bool fixed = (ev->state & GDK_CONTROL_MASK) || v->view->fixzooming;
   if (fixed && (ev->button == 1 || ev->button == 3)) {
-    float f = zoom_step(v->view);
-    zoom_at(v->view, v->pic, v->w, v->h, int(ev->x), int(ev->y), ev->button == 1 ? f : 1 / f);
+    zoom_fixed(v->view, v->pic, v->w, v->h, int(ev->x), int(ev->y), ev->button == 1);
     changed(v);
     return TRUE;
   }
@@ -172,16 +171,10 @@ gboolean on_scroll(GtkWidget* area, GdkEventScroll* ev, gpointer) {
   bool up = ev->direction == GDK_SCROLL_UP, down = ev->direction == GDK_SCROLL_DOWN;
   if (ev->state & GDK_CONTROL_MASK) {
     if (!up && !down) return FALSE;
-    float f = zoom_step(v->view);
-    zoom_at(v->view, v->pic, v->w, v->h, int(ev->x), int(ev->y), up ? f : 1 / f);
+    zoom_fixed(v->view, v->pic, v->w, v->h, int(ev->x), int(ev->y), up);
   } else {
-    // One wheel step scrolls a tenth of the drawing area.
-    int step_x = v->w / 10, step_y = v->h / 10;
-    int dx = ev->direction == GDK_SCROLL_LEFT    ? step_x
-             : ev->direction == GDK_SCROLL_RIGHT ? -step_x
-                                                 : 0;
-    int dy = up ? step_y : down ? -step_y : 0;
-    zoom_pan(v->view, v->pic, v->w, v->h, dx, dy);
+    int sx = ev->direction == GDK_SCROLL_LEFT ? 1 : ev->direction == GDK_SCROLL_RIGHT ? -1 : 0;
+    zoom_wheel(v->view, v->pic, v->w, v->h, sx, up ? 1 : down ? -1 : 0);
   }
   changed(v);
   return TRUE;

@@ -320,6 +320,28 @@ TEST(Zoom, RectangleAndPan) {
   EXPECT_EQ(v->zval.oy, 0);
 }
 
+TEST(Zoom, FixedClickAndWheel) {
+  Pic p(400, 300);
+  const int sw = 400, sh = 300;
+  std::unique_ptr<VIEWINFO> v(new_view());
+  v->fix_zoomfactor = 4;
+  // A click at the top left corner zooms into that corner.
+  zoom_fixed(v.get(), p.pic, sw, sh, 0, 0, 1);
+  EXPECT_FLOAT_EQ(v->zval.zx, 4);
+  EXPECT_EQ(v->zval.ox, 0);
+  EXPECT_EQ(v->zval.oy, 0);
+  // A wheel step down shows what lies below: a tenth of the screen, which is
+  // 30 rows / 4 screen pixels per line = 7.5 lines, rounded.
+  zoom_wheel(v.get(), p.pic, sw, sh, 0, -1);
+  EXPECT_EQ(v->zval.oy, 8);
+  zoom_wheel(v.get(), p.pic, sw, sh, 0, 1);
+  EXPECT_EQ(v->zval.oy, 0);
+  // Out again about the same point: the whole picture.
+  zoom_fixed(v.get(), p.pic, sw, sh, 0, 0, 0);
+  EXPECT_FLOAT_EQ(v->zval.zx, 1);
+  EXPECT_EQ(v->zval.ox, 0);
+}
+
 TEST(ScreenToPicture, CornersWithMirroring) {
   Pic p(100, 50);
   const int sw = 200, sh = 100;

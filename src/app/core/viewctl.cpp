@@ -194,6 +194,15 @@ void zoom_at(VIEWINFO* view, const PICINFO* pic, int sw, int sh, int sx, int sy,
   correct_zoomval(view, pic, sw, sh);
 }
 
+void zoom_fixed(VIEWINFO* view, const PICINFO* pic, int sw, int sh, int sx, int sy, int in) {
+  float f = zoom_step(view);
+  zoom_at(view, pic, sw, sh, sx, sy, in ? f : 1 / f);
+}
+
+void zoom_wheel(VIEWINFO* view, const PICINFO* pic, int sw, int sh, int steps_x, int steps_y) {
+  zoom_pan(view, pic, sw, sh, steps_x * (sw / 10), steps_y * (sh / 10));
+}
+
 int zoom_key(VIEWINFO* view, const PICINFO* pic, int sw, int sh, int key) {
   ZOOMVAL& z = view->zval;
   switch (key) {

@@ -62,6 +62,11 @@ float zoom_step(const VIEWINFO* view);
 
 // Zooms by factor about screen point (sx, sy), which keeps its picture pixel.
 void zoom_at(VIEWINFO* view, const PICINFO* pic, int sw, int sh, int sx, int sy, float factor);
+// Fixed zoom at screen point (sx, sy): in (in != 0) or out by the zoom step.
+void zoom_fixed(VIEWINFO* view, const PICINFO* pic, int sw, int sh, int sx, int sy, int in);
+// Scroll wheel: steps_x, steps_y wheel steps (positive: right / down shows
+// what lies left / above), each a tenth of the drawing area.
+void zoom_wheel(VIEWINFO* view, const PICINFO* pic, int sw, int sh, int steps_x, int steps_y);
 // Zooms to the screen rectangle between two corners (drag-to-zoom); a
 // rectangle under 3 pixels on a side is ignored (returns 1), else 0.
 int zoom_rect(VIEWINFO* view, const PICINFO* pic, int sw, int sh, int sx0, int sy0, int sx1,
