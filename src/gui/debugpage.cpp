@@ -104,7 +104,3 @@ GtkWidget* nb_debug() {
   g_signal_connect(page, "destroy", G_CALLBACK(on_page_destroy), nullptr);
   return page;
 }
-
-void debug_page_append(GtkWidget* page, const char* text) {
-  if (GtkTextView* tv = text_view(page)) append(tv, text);
-}

@@ -6,5 +6,3 @@
 
 // Builds the page and makes it the sink of the debug texts.
 GtkWidget* nb_debug();
-// Appends text to the page's text and scrolls to its end.
-void debug_page_append(GtkWidget* page, const char* text);
