@@ -196,6 +196,26 @@ void menu_close(GtkWidget* item, const char*) {
   sgtk_set_sensitive(win, "File/Close", 0);
 }
 
+void on_close_window(GtkWidget* w, gpointer) { gtk_widget_destroy(sgtk_window_of(w)); }
+
+// "File/File info...": the picture's type, satellite, size, channels, times,
+// orbit validity and firmware in a window of its own (made anew each time).
+void menu_file_info(GtkWidget* item, const char*) {
+  GtkWidget* win = main_window(item);
+  if (GtkWidget* old = Find_Window("File info")) gtk_widget_destroy(old);
+  GtkWidget* content = gtk_vbox_new(FALSE, 2);
+  gtk_box_pack_start(GTK_BOX(content), sgtk_item(sg_list("Info", "Item|Value")), TRUE, TRUE, 0);
+  gtk_box_pack_start(GTK_BOX(content), sgtk_row({sg_button("Close", G_CALLBACK(on_close_window))}),
+                     FALSE, FALSE, 0);
+  GtkWidget* info = sgtk_window("File info", content);
+  GtkWidget* list = Find_Widget(info, "Info");
+  for (const auto& row : file_info_rows(Get_Picinfo_db(win)))
+    sgtk_list_append(list, {row.first, row.second});
+  gtk_window_set_default_size(GTK_WINDOW(info), 420, 320);
+  gtk_window_set_transient_for(GTK_WINDOW(info), GTK_WINDOW(win));
+  gtk_widget_show_all(info);
+}
+
 void menu_quit(GtkWidget* item, const char*) {
   GtkWidget* win = main_window(item);
   sgtk_state_store(win);
@@ -260,7 +280,7 @@ const SGTK_MENU kMenu[] = {
     {"File/Open...", SGM_ITEM, menu_open, "<control>o"},
     {"File/Close", SGM_ITEM, menu_close, nullptr},
     {"File/Save as...", SGM_ITEM, not_yet, nullptr},
-    {"File/File info...", SGM_ITEM, not_yet, nullptr},
+    {"File/File info...", SGM_ITEM, menu_file_info, nullptr},
     {"File/separator", SGM_SEPARATOR, nullptr, nullptr},
     {"File/Quit", SGM_ITEM, menu_quit, "<control>q"},
     {"Edit/File header...", SGM_ITEM, not_yet, nullptr},

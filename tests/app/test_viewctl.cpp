@@ -496,4 +496,43 @@ TEST(Messages, MainTitle) {
   EXPECT_EQ(main_title(p.pic), "Pava");
 }
 
+TEST(Messages, FileInfoRows) {
+  // Nothing open: one row that says so.
+  auto none = file_info_rows(nullptr);
+  ASSERT_EQ(none.size(), 1u);
+  EXPECT_EQ(none[0].second, "(none)");
+
+  Pic p(2048, 3, 2);
+  std::strcpy(p.pic->file_name, "/d/pass.hpt");
+  p.pic->file_type = FT_HPT;
+  std::strcpy(p.pic->sat_name, "NOAA 19");
+  p.pic->channels_recorded[1] = p.pic->channels_recorded[4] = 1;
+  p.pic->valid_time = 1;
+  const char fw[4] = {'\x01', '\x7f', '\x00', '\xff'};  // raw bytes, not text
+  std::memcpy(p.pic->firmware, fw, 4);
+  XLINE* first = pic_line(p.pic, 0);
+  first->tm_ms.valid = 1;
+  first->tm_ms.tm.tm_year = 124;
+  first->tm_ms.tm.tm_mon = 1;
+  first->tm_ms.tm.tm_mday = 29;
+  first->tm_ms.tm.tm_hour = 23;
+  first->tm_ms.tm.tm_min = 59;
+  first->tm_ms.tm.tm_sec = 58;
+  first->tm_ms.ms = 7;
+  std::vector<std::pair<std::string, std::string>> want = {
+      {"File", "/d/pass.hpt"},
+      {"Type", "FT_HPT"},
+      {"Satellite", "NOAA 19"},
+      {"Size", "2048 x 3"},
+      {"Channels", "1 4"},
+      {"Lines", "3"},
+      {"First line", "2024-02-29 23:59:58.007"},
+      {"Last line", "-"},  // no decoded time
+      {"Valid time", "OK"},
+      {"Valid kepler data", "Error"},
+      {"Firmware", "01 7f 00 ff"},
+  };
+  EXPECT_EQ(file_info_rows(p.pic), want);
+}
+
 }  // namespace

@@ -2,7 +2,7 @@
 # The picture viewer on a real recording: zoom keys change the picture and
 # their inverses restore it pixel for pixel ("i"/"o", "l", "f"), View/North
 # bound mirrors it and back, Channel/Ch2 shows another channel, a dragged
-# rectangle zooms ("z"), and the timing lines under -log stay within bounds
+# rectangle zooms ("z"), File/File info... opens its window, and the timing lines under -log stay within bounds
 # (first picture 1.5 s after start, redraw median 20 ms).
 set -u
 BIN=$1
@@ -46,6 +46,8 @@ xdotool mousemove 1270 1010
 sleep 0.4; shot rect.png
 same fit.png rect.png && fail "dragged rectangle did not zoom"
 key f
+menu 0 4                         # File/File info...
+wait_window "File info" >/dev/null || fail "no File info window"
 grep -q 'First picture drawn' pava.log || fail "no timing line: $(cat pava.log)"
 first=$(sed -n 's/.*First picture drawn \([0-9]*\) ms after start/\1/p' pava.log)
 median=$(sed -n 's/.*Picture drawn ([0-9x]*) in \([0-9.]*\) ms/\1/p' pava.log | sort -n |

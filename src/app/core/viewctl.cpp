@@ -447,3 +447,44 @@ int view_channel_of_path(const char* path) {
   }
   return -1;
 }
+
+namespace {
+
+std::string line_time(const XLINE* l) {
+  if (!l || !l->tm_ms.valid) return "-";
+  char buf[64];
+  const struct tm& t = l->tm_ms.tm;
+  std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d:%02d.%03d", t.tm_year + 1900,
+                t.tm_mon + 1, t.tm_mday, t.tm_hour, t.tm_min, t.tm_sec, l->tm_ms.ms);
+  return buf;
+}
+
+}  // namespace
+
+std::vector<std::pair<std::string, std::string>> file_info_rows(const PICINFO* pic) {
+  std::vector<std::pair<std::string, std::string>> rows;
+  if (!pic || !pic->fp) {
+    rows.emplace_back("File", "(none)");
+    return rows;
+  }
+  char buf[64];
+  rows.emplace_back("File", pic->file_name);
+  rows.emplace_back("Type", file_type_name(pic->file_type));
+  rows.emplace_back("Satellite", pic->sat_name[0] ? pic->sat_name : "-");
+  std::snprintf(buf, sizeof buf, "%d x %d", pic->width, pic->height);
+  rows.emplace_back("Size", buf);
+  std::string chans;
+  for (int c = 1; c < XLINE_MAXCHAN; c++)
+    if (pic->channels_recorded[c]) chans += (chans.empty() ? "" : " ") + std::to_string(c);
+  rows.emplace_back("Channels", chans.empty() ? std::to_string(pic->nr_chan) : chans);
+  int n = pic_line_count(pic);
+  rows.emplace_back("Lines", std::to_string(n));
+  rows.emplace_back("First line", line_time(pic_line(pic, 0)));
+  rows.emplace_back("Last line", line_time(pic_line(pic, n - 1)));
+  rows.emplace_back("Valid time", pic->valid_time ? "OK" : "Error");
+  rows.emplace_back("Valid kepler data", pic->orbit.valid ? "OK" : "Error");
+  std::snprintf(buf, sizeof buf, "%02x %02x %02x %02x", uint8_t(pic->firmware[0]),
+                uint8_t(pic->firmware[1]), uint8_t(pic->firmware[2]), uint8_t(pic->firmware[3]));
+  rows.emplace_back("Firmware", buf);
+  return rows;
+}

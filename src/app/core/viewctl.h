@@ -6,6 +6,7 @@
 #pragma once
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 struct PICINFO;
@@ -114,3 +115,8 @@ std::string main_title(const PICINFO* pic);
 // The channel of a "Channel/..." radio item: 0 for "Channel/False clr", 1..10
 // for "Channel/Ch1".."Channel/Ch10", -1 for anything else.
 int view_channel_of_path(const char* path);
+
+// The rows of the "File info" window: label and value of the picture's file,
+// type, satellite, size, channels, first and last line time, time and orbit
+// validity, and the decoder firmware (four bytes in hex).
+std::vector<std::pair<std::string, std::string>> file_info_rows(const PICINFO* pic);
