@@ -104,6 +104,8 @@ void configure_event_main(void* user, int, int) { Update_Main(GTK_WIDGET(user));
 
 // ---- Menu callbacks ----
 
+void on_close_window(GtkWidget* w, gpointer) { gtk_widget_destroy(sgtk_window_of(w)); }
+
 void not_yet(GtkWidget* item, const char*) { Create_Message(item, "Info", "%s", kNotYet); }
 
 void after_open(GtkWidget* win) {
@@ -196,8 +198,6 @@ void menu_close(GtkWidget* item, const char*) {
   sgtk_set_sensitive(win, "File/Close", 0);
 }
 
-void on_close_window(GtkWidget* w, gpointer) { gtk_widget_destroy(sgtk_window_of(w)); }
-
 // "File/File info...": the picture's type, satellite, size, channels, times,
 // orbit validity and firmware in a window of its own (made anew each time).
 void menu_file_info(GtkWidget* item, const char*) {
@@ -240,6 +240,33 @@ void Menu_Viewbuts(GtkWidget* item, const char* path) {
     return;
   }
   Update_Main(win);
+}
+
+// "Zoom/Values...": the zoom factors and origin, set with "Apply".
+void on_zoom_apply(GtkWidget* w, gpointer) {
+  GtkWidget* win = Find_Window(kMain);
+  if (!win) return;
+  int sw, sh;
+  gtk_image_viewer_get_size(canvas(win), &sw, &sh);
+  zoom_set(Get_Viewinfo_db(win), Get_Picinfo_db(win), sw, sh, float(sgtk_get_value(w, "^zx")),
+           float(sgtk_get_value(w, "^zy")), int(sgtk_get_value(w, "^ox")),
+           int(sgtk_get_value(w, "^oy")));
+  Update_Main(win);
+}
+
+void menu_zoom_values(GtkWidget* item, const char*) {
+  GtkWidget* win = main_window(item);
+  if (GtkWidget* old = Find_Window("Zoom values")) gtk_widget_destroy(old);
+  const ZOOMVAL& z = Get_Viewinfo_db(win)->zval;
+  GtkWidget* dlg = sgtk_window(
+      "Zoom values",
+      sgtk_row({sg_spin("^zx", z.zx, 1, 1000, 0.5, 2), sg_spin("^zy", z.zy, 1, 1000, 0.5, 2),
+                sg_spin("^ox", z.ox, 0, 100000, 1, 0), sg_spin("^oy", z.oy, 0, 100000, 1, 0),
+                sg_button("Apply", G_CALLBACK(on_zoom_apply)),
+                sg_button("Close", G_CALLBACK(on_close_window))},
+               true));
+  gtk_window_set_transient_for(GTK_WINDOW(dlg), GTK_WINDOW(win));
+  gtk_widget_show_all(dlg);
 }
 
 // Menu_Zoombuts: the Zoom items act as their keys.
@@ -317,7 +344,7 @@ const SGTK_MENU kMenu[] = {
     {"Zoom/dy->dx (C)", SGM_ITEM, Menu_Zoombuts, nullptr},
     {"Zoom/zx->zy", SGM_ITEM, Menu_Zoombuts, nullptr},
     {"Zoom/zy->zx", SGM_ITEM, Menu_Zoombuts, nullptr},
-    {"Zoom/Values...", SGM_ITEM, not_yet, nullptr},
+    {"Zoom/Values...", SGM_ITEM, menu_zoom_values, nullptr},
     {"Record/(A)HRPT...", SGM_ITEM, not_yet, nullptr},
     {"Record/IQTest...", SGM_ITEM, not_yet, nullptr},
     {"Channel/False clr", SGM_RADIO, menu_channel, nullptr},

@@ -342,6 +342,22 @@ TEST(Zoom, FixedClickAndWheel) {
   EXPECT_EQ(v->zval.ox, 0);
 }
 
+TEST(Zoom, ValuesWindow) {
+  Pic p(400, 300);
+  std::unique_ptr<VIEWINFO> v(new_view());
+  correct_zoomval(v.get(), p.pic, 400, 300);
+  zoom_set(v.get(), p.pic, 400, 300, 2, 4, 150, 500);
+  EXPECT_FLOAT_EQ(v->zval.zx, 2);
+  EXPECT_FLOAT_EQ(v->zval.zy, 4);
+  EXPECT_EQ(v->zval.ox, 150);
+  EXPECT_EQ(v->zval.oy, 225);  // the last quarter of the lines at most
+  EXPECT_FLOAT_EQ(v->zval_pre.zx, 1);
+  zoom_set(v.get(), p.pic, 400, 300, 0, -3, -1, 0);  // nonsense: the whole picture
+  EXPECT_FLOAT_EQ(v->zval.zx, 1);
+  EXPECT_FLOAT_EQ(v->zval.zy, 1);
+  EXPECT_EQ(v->zval.ox, 0);
+}
+
 TEST(ScreenToPicture, CornersWithMirroring) {
   Pic p(100, 50);
   const int sw = 200, sh = 100;

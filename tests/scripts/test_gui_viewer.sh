@@ -2,7 +2,7 @@
 # The picture viewer on a real recording: zoom keys change the picture and
 # their inverses restore it pixel for pixel ("i"/"o", "l", "f"), View/North
 # bound mirrors it and back, Channel/Ch2 shows another channel, a dragged
-# rectangle zooms ("z"), File/File info... opens its window, and the timing lines under -log stay within bounds
+# rectangle zooms ("z"), Zoom/Values... sets the zoom, File/File info... opens its window, and the timing lines under -log stay within bounds
 # (first picture 1.5 s after start, redraw median 20 ms).
 set -u
 BIN=$1
@@ -46,6 +46,21 @@ xdotool mousemove 1270 1010
 sleep 0.4; shot rect.png
 same fit.png rect.png && fail "dragged rectangle did not zoom"
 key f
+menu 3 11                        # Zoom/Values...: zx 2, zy 2, Apply
+zw=$(wait_window "Zoom values") || fail "no Zoom values window"
+xdotool windowfocus --sync "$zw" 2>/dev/null
+xdotool key ctrl+a type 2
+xdotool key Tab ctrl+a
+xdotool type 2
+xdotool key Tab Tab Tab space    # zy -> ox -> oy -> Apply
+xdotool key Tab space            # Close (it would cover the picture)
+gone_window "Zoom values" || fail "Zoom values did not close"
+sleep 0.4
+shot values.png
+same fit.png values.png && fail "Zoom/Values... Apply changed nothing"
+key l
+shot values_last.png
+same fit.png values_last.png || fail "last after Zoom/Values... is not the whole picture"
 menu 0 4                         # File/File info...
 wait_window "File info" >/dev/null || fail "no File info window"
 grep -q 'First picture drawn' pava.log || fail "no timing line: $(cat pava.log)"

@@ -203,6 +203,16 @@ void zoom_wheel(VIEWINFO* view, const PICINFO* pic, int sw, int sh, int steps_x,
   zoom_pan(view, pic, sw, sh, steps_x * (sw / 10), steps_y * (sh / 10));
 }
 
+void zoom_set(VIEWINFO* view, const PICINFO* pic, int sw, int sh, float zx, float zy, int ox,
+              int oy) {
+  view->zval_pre = view->zval;
+  view->zval.zx = zx;
+  view->zval.zy = zy;
+  view->zval.ox = ox;
+  view->zval.oy = oy;
+  correct_zoomval(view, pic, sw, sh);
+}
+
 int zoom_key(VIEWINFO* view, const PICINFO* pic, int sw, int sh, int key) {
   ZOOMVAL& z = view->zval;
   switch (key) {

@@ -68,6 +68,10 @@ void zoom_fixed(VIEWINFO* view, const PICINFO* pic, int sw, int sh, int sx, int 
 // Scroll wheel: steps_x, steps_y wheel steps (positive: right / down shows
 // what lies left / above), each a tenth of the drawing area.
 void zoom_wheel(VIEWINFO* view, const PICINFO* pic, int sw, int sh, int steps_x, int steps_y);
+// Sets the zoom factors and origin (the "Zoom/Values..." window), keeping the
+// previous zoom in zval_pre; the values are fitted like any zoom.
+void zoom_set(VIEWINFO* view, const PICINFO* pic, int sw, int sh, float zx, float zy, int ox,
+              int oy);
 // Zooms to the screen rectangle between two corners (drag-to-zoom); a
 // rectangle under 3 pixels on a side is ignored (returns 1), else 0.
 int zoom_rect(VIEWINFO* view, const PICINFO* pic, int sw, int sh, int sx0, int sy0, int sx1,
