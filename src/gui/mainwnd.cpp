@@ -433,8 +433,12 @@ GtkWidget* make_gui(PICINFO* pic, VIEWINFO* view, RECORDINFO* rec) {
   ctx->draw = draw_canvas;
   ctx->draw_failed = draw_failed;
   ctx->user = window;
-  g_object_set_data_full(G_OBJECT(window), "pava_redraw", ctx,
-                         [](gpointer p) { delete static_cast<REDRAW_CTX*>(p); });
+  g_object_set_data_full(G_OBJECT(window), "pava_redraw", ctx, [](gpointer p) {
+    // A redraw still queued must not run on a freed record.
+    while (g_idle_remove_by_data(p)) {
+    }
+    delete static_cast<REDRAW_CTX*>(p);
+  });
 
   // 2.-3. Menu bar and display controls.
   GtkWidget* menubar = sgtk_menubar(window, kMenu, int(G_N_ELEMENTS(kMenu)));
