@@ -4,16 +4,21 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 secs=${1:-8}
-CC=clang CXX=clang++ tools/build.sh build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DPAVA_FUZZ=ON \
-  -DPAVA_GUI=OFF -DPAVA_TESTS=OFF -DPAVA_BENCH=OFF
 shopt -s nullglob
-targets=(build-fuzz/bin/fuzz_*)
-if [ ${#targets[@]} -eq 0 ]; then
+sources=(tests/fuzz/fuzz_*.cpp)
+if [ ${#sources[@]} -eq 0 ]; then
   echo "fuzz: no targets"
   exit 0
 fi
-for t in "${targets[@]}"; do
-  name=$(basename "$t")
+names=()
+for s in "${sources[@]}"; do names+=("$(basename "$s" .cpp)"); done
+CC=clang CXX=clang++ cmake -S . -B build-fuzz -DPAVA_WERROR=ON -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+  -DPAVA_FUZZ=ON -DPAVA_GUI=OFF -DPAVA_TESTS=OFF -DPAVA_BENCH=OFF >/dev/null
+targets=()
+for n in "${names[@]}"; do targets+=(--target "$n"); done
+cmake --build build-fuzz -j"$(nproc)" "${targets[@]}"
+for name in "${names[@]}"; do
+  t=build-fuzz/bin/$name
   corpus=tests/fuzz/corpus/${name#fuzz_}
   mkdir -p "$corpus" build-fuzz/new-corpus/"$name"
   echo "fuzz: $name for ${secs}s"
@@ -23,4 +28,4 @@ for t in "${targets[@]}"; do
     exit 1
   }
 done
-echo "fuzz: ${#targets[@]} targets, no crash"
+echo "fuzz: ${#names[@]} targets, no crash"

@@ -12,6 +12,8 @@ constexpr int PREFS_NSATS = 14;     // satellites of the tracking table
 constexpr int PREFS_NFAMILIES = 4;  // "NOAA", "METOP", "METEOR", "FY3"
 constexpr int PREFS_NMAPS = 3;      // stored channel maps per family
 constexpr int PREFS_NCOLOURS = 13;  // Clr. colours of the tracker map
+// Observer_Lon/Observer_Lat: degrees in the file, radians in memory.
+constexpr double PREFS_DEG2RAD = 3.14159265358979323846 / 180.0;
 
 // One entry of the tracking satellite table.
 struct SATSEL {

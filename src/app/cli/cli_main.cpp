@@ -1,3 +1,5 @@
+#include <unistd.h>
+
 #include <cstdio>
 #include <ctime>
 
@@ -35,7 +37,15 @@ int& cli_status() { return g_status; }
 void cli_load_prefs() {
   if (g_prefs_loaded) return;
   g_prefs_loaded = true;
-  Read_Prefs("pava-cli");
+  // The program directory is that of the executable itself.
+  char self[4096];
+  ssize_t n = readlink("/proc/self/exe", self, sizeof self - 1);
+  if (n > 0) {
+    self[n] = 0;
+    Read_Prefs(self);
+  } else {
+    Read_Prefs("pava-cli");
+  }
 }
 
 std::string cli_iso_time(const struct tm& tm, int ms) {

@@ -1,0 +1,95 @@
+// pava-cli prefs: the effective preferences as one JSON object, and --write.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "config/prefs_keys.h"
+#include "support/testutil.h"
+
+namespace {
+
+using json = nlohmann::ordered_json;
+
+// Runs pava-cli in directory cwd with HOME set to home.
+testutil::RunResult cli(const std::vector<std::string>& args, const std::string& cwd,
+                        const std::string& home) {
+  std::vector<std::string> argv{testutil::bin_path("pava-cli")};
+  argv.insert(argv.end(), args.begin(), args.end());
+  return testutil::run(argv, cwd, {"HOME=" + home});
+}
+
+class PrefsCli : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (access(testutil::bin_path("pava-cli").c_str(), X_OK) != 0)
+      GTEST_SKIP() << "pava-cli not built";
+  }
+  testutil::TempDir dir_;
+};
+
+TEST_F(PrefsCli, PrintsEveryKeyInFileOrder) {
+  testutil::write_file(dir_.file("pava.ini"),
+                       "Font_size = 12 # comment\nSatellite = \"NOAA 15\" y\nX_Dir_0 = west\n"
+                       "Observer_Lat = -33.5\nNoSuchKey = 1\n");
+  testutil::RunResult r = cli({"prefs"}, dir_.path(), dir_.file("nohome"));
+  ASSERT_EQ(r.status, 0) << r.err;
+  ASSERT_EQ(r.out.find('\n'), r.out.size() - 1) << "one JSON object on one line";
+  json j = json::parse(r.out);
+  std::vector<std::string> keys;
+  for (auto& [k, v] : j.items()) keys.push_back(k);
+  const std::size_t n = sizeof kPrefKeys / sizeof kPrefKeys[0];
+  ASSERT_EQ(keys.size(), n + 1);
+  for (std::size_t i = 0; i < n; i++) EXPECT_EQ(keys[i], kPrefKeys[i]);
+  EXPECT_EQ(keys[n], "Satellite");
+  EXPECT_EQ(j["Font_size"], "12");
+  EXPECT_EQ(j["X_Dir_0"], "west");
+  EXPECT_EQ(j["Observer_Lat"], "-33.500000");
+  EXPECT_EQ(j["eth.ip_addr"], "192.168.1.70");
+  EXPECT_EQ(j["Satellite"]["NOAA 15"], "y");
+  EXPECT_EQ(j["Satellite"].size(), 14u);
+  EXPECT_FALSE(j.contains("NoSuchKey"));
+}
+
+TEST_F(PrefsCli, FileOptionAndWriteRoundTrip) {
+  std::string in = dir_.file("in.ini"), out = dir_.file("out.ini");
+  testutil::write_file(
+      in,
+      "main_window_size = 640x480\nPort_type = file\nShadow_fact = 0.3\n"
+      "ClrMap = M1 \"NOAA\" gamma[1.0] offs[0,0,0] C1[0.00,0.00,1.00] C2[1.10,1.10,0.00]\n");
+  testutil::RunResult a = cli({"prefs", "--file", in}, dir_.path(), dir_.path());
+  ASSERT_EQ(a.status, 0) << a.err;
+  json ja = json::parse(a.out);
+  EXPECT_EQ(ja["main_window_size"], "640x480");
+  EXPECT_EQ(ja["Port_type"], "file");
+  EXPECT_EQ(ja["ClrMap"][0],
+            "M1 \"NOAA\" gamma[1.0] offs[0,0,0] C1[0.00,0.00,1.00] C2[1.10,1.10,0.00]");
+
+  testutil::RunResult w = cli({"prefs", "--file", in, "--write", out}, dir_.path(), dir_.path());
+  ASSERT_EQ(w.status, 0) << w.err;
+  EXPECT_EQ(json::parse(w.out)["written"], out);
+  std::string text = testutil::read_file(out);
+  EXPECT_EQ(text.rfind("#Preferences pava\n# pava.ini\n", 0), 0u);
+  EXPECT_NE(text.find("\nmain_window_size             = 640x480\n"), std::string::npos);
+  testutil::RunResult b = cli({"prefs", "--file", out}, dir_.path(), dir_.path());
+  ASSERT_EQ(b.status, 0) << b.err;
+  EXPECT_EQ(json::parse(b.out), ja);
+}
+
+TEST_F(PrefsCli, FailuresExitNonZero) {
+  testutil::RunResult r =
+      cli({"prefs", "--write", dir_.file("nodir/pava.ini")}, dir_.path(), dir_.path());
+  EXPECT_NE(r.status, 0);
+  EXPECT_NE(r.err.find("Can't open pref-file " + dir_.file("nodir/pava.ini") + "."),
+            std::string::npos)
+      << r.err;
+  EXPECT_EQ(r.out, "");
+  testutil::RunResult m =
+      cli({"prefs", "--file", dir_.file("missing.ini")}, dir_.path(), dir_.path());
+  EXPECT_NE(m.status, 0);
+  EXPECT_EQ(m.out, "");
+}
+
+}  // namespace

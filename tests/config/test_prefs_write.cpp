@@ -1,0 +1,369 @@
+// Writing "pava.ini": formats, key order, round trip, failures; finding the
+// file at start; copying into the records.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "app/ui_ops.h"
+#include "common/text.h"
+#include "config/prefs_file.h"
+#include "config/prefs_items.h"
+#include "config/prefs_keys.h"
+#include "display/display_types.h"
+#include "formats/picinfo.h"
+#include "reception/recordinfo.h"
+#include "support/testutil.h"
+
+namespace {
+
+std::vector<std::string> g_messages;
+void fake_message(const char* title, const char* text) {
+  g_messages.push_back(std::string(title) + "|" + text);
+}
+
+// Installs the fake message box for one test.
+struct FakeUi {
+  FakeUi() {
+    g_messages.clear();
+    UI_OPS ops{};
+    ops.message = fake_message;
+    ui_install(&ops);
+  }
+  ~FakeUi() { ui_install(nullptr); }
+};
+
+std::vector<std::string> lines_of(const std::string& text) {
+  std::vector<std::string> out;
+  std::istringstream in(text);
+  std::string l;
+  while (std::getline(in, l)) out.push_back(l);
+  return out;
+}
+
+std::string key_of(const std::string& line) { return line.substr(0, line.find_first_of(" =")); }
+
+void read_file(const std::string& f) {
+  pava::copy_text(prefs.prefs_file, f);
+  Read_Pref(&prefs);
+  prefs.prefs_file[0] = 0;
+}
+
+// Every item's value as written.
+std::vector<std::string> snapshot() {
+  std::vector<std::string> out;
+  char buf[1100];
+  for (PREFITEMS* it = pref_items; it; it = it->next) {
+    Format_Pref(it, buf, sizeof buf);
+    out.push_back(std::string(it->name) + "=" + buf);
+  }
+  return out;
+}
+
+TEST(PrefsWrite, KeysInTheFileOrder) {
+  testutil::TempDir dir;
+  Load_Defaults(&prefs);
+  std::string f = dir.file("pava.ini");
+  ASSERT_EQ(Save_Pref(&prefs, f.c_str()), 0);
+  std::vector<std::string> l = lines_of(testutil::read_file(f));
+  const std::size_t nkeys = sizeof kPrefKeys / sizeof kPrefKeys[0];
+  ASSERT_EQ(l.size(), 2 + nkeys + 1 + PREFS_NSATS);
+  EXPECT_EQ(l[0], "#Preferences pava");
+  EXPECT_EQ(l[1], "# pava.ini");
+  for (std::size_t i = 0; i < nkeys; i++)
+    EXPECT_EQ(key_of(l[2 + i]), kPrefKeys[i]) << "line " << i + 3;
+  EXPECT_EQ(l[2 + nkeys], "Sat_list");
+  for (int i = 0; i < PREFS_NSATS; i++) EXPECT_EQ(key_of(l[3 + nkeys + i]), "Satellite");
+}
+
+TEST(PrefsWrite, FormatsAndAlignment) {
+  testutil::TempDir dir;
+  Load_Defaults(&prefs);
+  prefs.rotor.x_west_is_0 = 1;
+  prefs.port_type = 77;  // a value without a name
+  prefs.clr[0] = 0xab;
+  prefs.refpos.lon = static_cast<float>(-90.0 * M_PI / 180);
+  std::string f = dir.file("pava.ini");
+  ASSERT_EQ(Save_Pref(&prefs, f.c_str()), 0);
+  std::string text = testutil::read_file(f);
+  // The longest key is 28 characters ("Hrpt_Record_Start_Stop_Times").
+  const char* expect[] = {
+      "\nFont_size                    = 10\n",
+      "\nmain_window_size             = 0x0\n",
+      "\nLinearize                    = yes\n",
+      "\nFast_Parportaccess           = no\n",
+      "\nX_Dir_0                      = west\n",
+      "\nY_Dir_0                      = north\n",
+      "\nPort_type = 77\n",
+      "\nParallel_port_address        = 378\n",
+      "\nClr.sat_mark_sel             = 0000ab\n",
+      "\nFixed_zoomfactor             = 1.000000\n",
+      "\nObserver_Lon                 = -90.0000",  // -pi/2 as a float
+      "\nHrpt_Record_Start_Stop_Times = 5,50\n",
+      "\nRotortype                    = AzEl\n",
+      "\nSatellite                    = \"NOAA 15\" n\n",
+      "\nSatellite                    = \"NOAA 19\" y\n",
+      "\neth.ip_addr                  = 192.168.1.70\n",
+      "\nusb_id                       = \n",
+  };
+  for (const char* e : expect) EXPECT_NE(text.find(e), std::string::npos) << e;
+}
+
+// Gives every item a value other than its default, in its own kind.
+void change_every_item() {
+  int k = 0;
+  for (PREFITEMS* it = pref_items; it; it = it->next, k++) {
+    if (it->type == 't') continue;
+    if (it->bval[0]) {
+      *it->bval[0] = !*it->bval[0];
+    } else if (it->ival[0] && it->enumtbl) {
+      *it->ival[0] = it->enumtbl->i[1] == *it->ival[0] ? it->enumtbl->i[0] : it->enumtbl->i[1];
+    } else if (it->ival[0]) {
+      *it->ival[0] = it->hex_nrdig ? 0x10203 * k : 1000 + k;
+      if (it->ival[1]) *it->ival[1] = -k;
+    } else if (it->fval[0]) {
+      *it->fval[0] = 0.25f * k;
+      if (!std::strcmp(it->name, "Shadow_fact")) *it->fval[0] = 0.75f;
+      if (!std::strcmp(it->name, "Observer_Lon") || !std::strcmp(it->name, "Observer_Lat"))
+        *it->fval[0] = 0.5f;
+    } else if (it->sval[1]) {
+      pava::copy_text(it->sval[1], it->slen[1],
+                      std::strcmp(it->sval[1], "TRUE") ? "TRUE" : "FALSE");
+    } else if (it->sval[0]) {
+      std::string v = "value " + std::to_string(k) + std::string(k % 30, 'v');
+      pava::copy_text(it->sval[0], it->slen[0], v.c_str());
+    }
+  }
+  for (auto& s : prefs.sats) s.on = !std::strcmp(s.sel, "TRUE");
+}
+
+TEST(PrefsWrite, WrittenFileReadsBackTheSameValues) {
+  testutil::TempDir dir;
+  Load_Defaults(&prefs);
+  std::vector<std::string> defaults = snapshot();
+  change_every_item();
+  // A stored colour map too.
+  CLRMAPCHAN& m = prefs.clrmaps[2][0];
+  m.gamma = 1.2f;
+  m.red_offset = -10;
+  m.on[3] = 1;
+  m.red[3] = 0.5f;
+  m.green[3] = 1.25f;
+  m.blue[3] = 2.0f;
+  std::vector<std::string> changed = snapshot();
+  for (std::size_t i = 0; i < changed.size(); i++)
+    if (changed[i].rfind("# pava.ini", 0) && changed[i].rfind("Sat_list", 0)) {
+      EXPECT_NE(changed[i], defaults[i]) << "the test leaves an item at its default";
+    }
+  PREFS before = prefs;
+  std::string f = dir.file("pava.ini");
+  ASSERT_EQ(Save_Pref(&prefs, f.c_str()), 0);
+  read_file(f);
+  EXPECT_EQ(snapshot(), changed);
+  EXPECT_EQ(prefs.font_size, before.font_size);
+  EXPECT_EQ(std::string(prefs.kepler_file), before.kepler_file);
+  EXPECT_FLOAT_EQ(prefs.refpos.lon, before.refpos.lon);
+  EXPECT_FLOAT_EQ(prefs.shadow_fact, 0.75f);
+  for (int i = 0; i < PREFS_NSATS; i++) EXPECT_EQ(prefs.sats[i].on, before.sats[i].on) << i;
+  for (int i = 0; i < PREFS_NCOLOURS; i++) EXPECT_EQ(prefs.clr[i], before.clr[i]) << i;
+  const CLRMAPCHAN& r = prefs.clrmaps[2][0];
+  EXPECT_STREQ(r.satname, "METEOR");
+  EXPECT_FLOAT_EQ(r.gamma, 1.2f);
+  EXPECT_EQ(r.red_offset, -10);
+  EXPECT_EQ(r.on[3], 1);
+  EXPECT_FLOAT_EQ(r.green[3], 1.25f);
+  EXPECT_EQ(clrmap_values(&prefs), clrmap_values(&before));
+  // Written again, the file is the same byte for byte.
+  std::string g = dir.file("again.ini");
+  ASSERT_EQ(Save_Pref(&prefs, g.c_str()), 0);
+  EXPECT_EQ(testutil::read_file(g), testutil::read_file(f));
+  EXPECT_NE(
+      testutil::read_file(f).find("\nClrMap                         = M1 \"METEOR\" gamma[1.2] "
+                                  "offs[-10,0,0] C3[0.50,1.25,2.00]\n"),
+      std::string::npos);
+}
+
+TEST(PrefsWrite, SelectionChangedInMemoryIsSaved) {
+  testutil::TempDir dir;
+  Load_Defaults(&prefs);
+  prefs.sats[0].on = 1;  // as the tracker's satellite list does
+  prefs.sats[1].on = 0;
+  std::string f = dir.file("pava.ini");
+  ASSERT_EQ(Save_Pref(&prefs, f.c_str()), 0);
+  read_file(f);
+  EXPECT_EQ(prefs.sats[0].on, 1);
+  EXPECT_EQ(prefs.sats[1].on, 0);
+}
+
+TEST(PrefsWrite, UnwritableFileGivesMessageAndKeepsTheOldFile) {
+  testutil::TempDir dir;
+  FakeUi fake;
+  Load_Defaults(&prefs);
+  // A name so long that no temporary name fits beside it: fails even for root.
+  std::string f = dir.file(std::string(250, 'p'));
+  testutil::write_file(f, "old contents\n");
+  EXPECT_EQ(Save_Pref(&prefs, f.c_str()), 'o');
+  ASSERT_EQ(g_messages.size(), 1u);
+  EXPECT_EQ(g_messages[0], "Error|Can't open pref-file " + f + ".");
+  EXPECT_EQ(testutil::read_file(f), "old contents\n");
+
+  // A directory that does not exist.
+  g_messages.clear();
+  std::string g = dir.file("nodir/pava.ini");
+  EXPECT_EQ(Save_Pref(&prefs, g.c_str()), 'o');
+  EXPECT_EQ(g_messages, std::vector<std::string>{"Error|Can't open pref-file " + g + "."});
+
+  // A read-only directory (not for root, who may write anyway).
+  if (geteuid() != 0) {
+    g_messages.clear();
+    std::string sub = dir.file("ro");
+    mkdir(sub.c_str(), 0755);
+    std::string h = sub + "/pava.ini";
+    testutil::write_file(h, "old\n");
+    chmod(sub.c_str(), 0555);
+    EXPECT_EQ(Save_Pref(&prefs, h.c_str()), 'o');
+    chmod(sub.c_str(), 0755);
+    EXPECT_EQ(testutil::read_file(h), "old\n");
+    EXPECT_EQ(g_messages.size(), 1u);
+  }
+  // No temporary file is left behind.
+  int n = 0;
+  std::string ls = testutil::run({"/bin/ls", "-a", dir.path()}).out;
+  for (const std::string& l : lines_of(ls)) n += (l != "." && l != ".." && l != "ro");
+  EXPECT_EQ(n, 1) << ls;
+}
+
+TEST(PrefsWrite, OverwritesKeepingThePermissions) {
+  testutil::TempDir dir;
+  Load_Defaults(&prefs);
+  std::string f = dir.file("pava.ini");
+  testutil::write_file(f, "Font_size = 3\n");
+  chmod(f.c_str(), 0640);
+  ASSERT_EQ(Save_Pref(&prefs, f.c_str()), 0);
+  struct stat st;
+  ASSERT_EQ(stat(f.c_str(), &st), 0);
+  EXPECT_EQ(st.st_mode & 0777, 0640u);
+  EXPECT_EQ(testutil::read_file(f).rfind("#Preferences pava\n", 0), 0u);
+}
+
+// Current directory, home directory and program directory, restored after.
+class PrefsSearch : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    char buf[4096];
+    ASSERT_NE(getcwd(buf, sizeof buf), nullptr);
+    old_cwd_ = buf;
+    const char* h = std::getenv("HOME");
+    had_home_ = h != nullptr;
+    if (h) old_home_ = h;
+    for (const char* d : {"cur", "home", "prog"}) mkdir(dir_.file(d).c_str(), 0755);
+    ASSERT_EQ(chdir(dir_.file("cur").c_str()), 0);
+    setenv("HOME", dir_.file("home").c_str(), 1);
+  }
+  void TearDown() override {
+    if (chdir(old_cwd_.c_str()) != 0) ADD_FAILURE() << "chdir back";
+    if (had_home_)
+      setenv("HOME", old_home_.c_str(), 1);
+    else
+      unsetenv("HOME");
+    Load_Defaults(&prefs);
+    prefs.prefs_file[0] = 0;
+  }
+  testutil::TempDir dir_;
+  std::string old_cwd_, old_home_;
+  bool had_home_ = false;
+};
+
+TEST_F(PrefsSearch, CurrentBeforeHomeBeforeProgramDirectory) {
+  const std::string prog = dir_.file("prog") + "/pava";
+  struct Row {
+    const char* where;
+    int font;
+  } rows[] = {{"cur", 21}, {"home", 22}, {"prog", 23}};
+  for (const Row& r : rows)
+    testutil::write_file(dir_.file(r.where) + "/pava.ini",
+                         "Font_size = " + std::to_string(r.font) + "\n");
+  for (const Row& r : rows) {
+    SCOPED_TRACE(r.where);
+    EXPECT_EQ(Read_Prefs(prog.c_str()), 1);
+    EXPECT_EQ(prefs.font_size, r.font);
+    EXPECT_EQ(std::string(prefs.prefs_file), dir_.file(r.where) + "/pava.ini");
+    unlink((dir_.file(r.where) + "/pava.ini").c_str());
+  }
+  EXPECT_EQ(Read_Prefs(prog.c_str()), 1);
+  EXPECT_EQ(prefs.font_size, 10) << "no file: the defaults stand";
+  EXPECT_STREQ(prefs.prefs_file, "");
+  EXPECT_EQ(std::string(prefs.home_dir), dir_.file("home"));
+  EXPECT_EQ(std::string(prefs.prog_dir), dir_.file("prog"));
+  char buf[4096];
+  ASSERT_NE(getcwd(buf, sizeof buf), nullptr);
+  EXPECT_EQ(std::string(prefs.cur_dir), buf);
+}
+
+TEST_F(PrefsSearch, SaveGoesWhereTheFileWasRead) {
+  testutil::write_file(dir_.file("home") + "/pava.ini", "Font_size = 14\n");
+  Read_Prefs((dir_.file("prog") + "/pava").c_str());
+  prefs.font_size = 15;
+  ASSERT_EQ(Save_Prefs(), 0);
+  EXPECT_NE(testutil::read_file(dir_.file("home") + "/pava.ini")
+                .find("Font_size                    = 15\n"),
+            std::string::npos);
+  unlink((dir_.file("home") + "/pava.ini").c_str());
+  // Without a file, into the current directory.
+  Read_Prefs((dir_.file("prog") + "/pava").c_str());
+  ASSERT_EQ(Save_Prefs(), 0);
+  EXPECT_EQ(access((dir_.file("cur") + "/pava.ini").c_str(), R_OK), 0);
+}
+
+TEST(PrefsLoad, CopiesIntoTheRecords) {
+  Load_Defaults(&prefs);
+  std::string text =
+      "Hrpt_File_Dir = /data/hrpt\nMetop_File_Base = mymetop\nHrpt_Record_Start_Stop_Times = 7,70\n"
+      "Port_type = ethernet\neth.ip_addr = 10.1.2.3\neth.port_nr = 6000\nuart.speed = 4800\n"
+      "Keep_xy_relation = no\nDespeckle_limits = 11,22\nFixed_zoomfactor = 2.5\n"
+      "Grid_color = ff0000\nWorking_Dir = /work/pics\nuse_usbid = yes\nusb_id = FT12345\n"
+      "Hrpt_Record_Showchan = 40\nrecord.line_insync_thr = 9\n";
+  Pref_Text(pref_items, &prefs, text.data(), text.size());
+  Pref_Finish(&prefs);
+  auto rec = std::make_unique<RECORDINFO>();
+  auto view = std::make_unique<VIEWINFO>();
+  auto pic = std::make_unique<PICINFO>();
+  *rec = RECORDINFO{};
+  rec->eth.sock = 5;
+  Load_Prefs(rec.get(), view.get(), pic.get());
+  EXPECT_STREQ(rec->dir_hrpt, "/data/hrpt");
+  EXPECT_STREQ(rec->file_metopbase, "mymetop");
+  EXPECT_STREQ(rec->file_hrptext, ".dat");
+  EXPECT_EQ(rec->hrpt_start_after_in_sync, 7);
+  EXPECT_EQ(rec->hrpt_stop_after_out_sync, 70);
+  EXPECT_EQ(rec->port_type, ethernet);
+  EXPECT_EQ(rec->usb.ena, 0);
+  EXPECT_EQ(rec->usb.usb_use_id, 1);
+  EXPECT_STREQ(rec->usb.usbport_id, "FT12345");
+  EXPECT_STREQ(rec->eth.ip_addr, "10.1.2.3");
+  EXPECT_STREQ(rec->eth.port_nr, "6000");
+  EXPECT_EQ(rec->eth.sock, 5) << "an open link stays open";
+  EXPECT_EQ(rec->uart.speed, 4800);
+  EXPECT_EQ(rec->sh_recchan, 25) << "clamped to 0..25";
+  EXPECT_EQ(rec->line_insync_thr, 9);
+  EXPECT_STREQ(rec->work_location, "/work/pics");
+  EXPECT_STREQ(pic->work_location, "/work/pics");
+  EXPECT_EQ(view->keep_xyrel, 0);
+  EXPECT_EQ(view->linearize, 1);
+  EXPECT_EQ(view->sur_ulim, 11);
+  EXPECT_EQ(view->dsp_llim, 22);
+  EXPECT_FLOAT_EQ(view->fix_zoomfactor, 2.5f);
+  EXPECT_EQ(view->grid_clr.red, 0xffff);
+  EXPECT_EQ(view->grid_clr.green, 0);
+  EXPECT_EQ(view->cont_clr.red, 0xffff);  // default boundary ffff00
+  EXPECT_EQ(view->cont_clr.blue, 0);
+}
+
+}  // namespace

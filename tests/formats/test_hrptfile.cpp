@@ -1,0 +1,307 @@
+// Raw HRPT, CHRPT and SeaStar recording files: layout, round trips, bad input.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "common/bytes.h"
+#include "format_samples.h"
+#include "formats/hrptfile.h"
+#include "open_helper.h"
+#include "support/testutil.h"
+
+namespace {
+
+using fmtsamples::write_hrpt_file;
+
+std::string bytes_of(const std::string& path) { return testutil::read_file(path); }
+const uint8_t* u8(const std::string& s, size_t off) {
+  return reinterpret_cast<const uint8_t*>(s.data()) + off;
+}
+
+TEST(HrptFile, RecordSizeAndHeaderLayout) {
+  testutil::TempDir dir;
+  std::string p = dir.file("a.hrpt");
+  for (int n : {1, 3}) {
+    write_hrpt_file(p, FT_HRPT, 2048, n, 11);
+    std::string b = bytes_of(p);
+    // A 5-channel recording with header words: 16000 + 13872 x N bytes.
+    EXPECT_EQ(b.size(), 16000u + 13872u * unsigned(n));
+  }
+  std::string b = bytes_of(p);
+  EXPECT_EQ(b.substr(0, 4), "HRPT");
+  EXPECT_EQ(b.substr(4, 7), std::string("NOAA 19"));
+  EXPECT_EQ(pava::get_le16(u8(b, 22)), 2048);  // width
+  EXPECT_EQ(pava::get_le16(u8(b, 24)), 3);     // height
+  EXPECT_EQ(b.substr(96, 8), "EXT_V004");
+  EXPECT_EQ(pava::get_le16(u8(b, 104)), 16000);
+  EXPECT_EQ(pava::get_le16(u8(b, 106)), 100);  // x offset
+  EXPECT_EQ(b[110], 0);                        // north-to-south
+  EXPECT_EQ(b[130], 'c');
+  EXPECT_FLOAT_EQ(pava::get_lef(u8(b, 131)), 0.5f);
+  EXPECT_EQ(pava::get_le16(u8(b, 151)), 1023);  // dmax of channel 1
+  for (int s = 0; s < 6; s++) EXPECT_EQ(b[size_t(269 + s)], 1) << "slot " << s;
+  EXPECT_EQ(pava::get_le16(u8(b, 278)), 2048);
+  EXPECT_FLOAT_EQ(pava::get_lef(u8(b, 280)), 55.4f);
+  EXPECT_EQ(b.substr(15992, 8), "END_HDR_");
+  EXPECT_FLOAT_EQ(pava::get_lef(u8(b, 48 + 20)),
+                  1.7f * 180.0f / 3.14159265f);  // inclination, degrees
+  // The first record's prefix: "FRAMe" (line 0 written without decoder sync), byte count.
+  EXPECT_EQ(b.substr(16000, 5), "FRAMe");
+  EXPECT_EQ(pava::get_le16(u8(b, 16005)), 13865);
+  EXPECT_EQ(b.substr(16000 + 13872, 5), "FRAME");
+}
+
+TEST(HrptFile, ChrptAndSeastarLayouts) {
+  testutil::TempDir dir;
+  std::string p = dir.file("c.chrpt");
+  write_hrpt_file(p, FT_CHRPT, 256, 2, 12);
+  std::string b = bytes_of(p);
+  EXPECT_EQ(b.substr(0, 4), "CHRP");
+  EXPECT_EQ(pava::get_le16(u8(b, 104)), 0);     // hdrlen 0 for CHRPT
+  EXPECT_EQ(pava::get_le16(u8(b, 155)), 1023);  // dmax[0]
+  for (int s = 0; s <= 10; s++) EXPECT_EQ(b[size_t(301 + s)], 1) << s;
+  EXPECT_EQ(pava::get_le16(u8(b, 312)), 2048);
+  EXPECT_FLOAT_EQ(pava::get_lef(u8(b, 314)), 55.4f);
+  EXPECT_EQ(b.substr(15992, 8), "END_HDR_");
+  // 1600 + 100 + 10 x 256 = 4260 words = 5325 bytes + prefix.
+  EXPECT_EQ(b.size(), 16000u + 2u * 5332u);
+
+  p = dir.file("s.seaw");
+  write_hrpt_file(p, FT_SEAWIF, 128, 1, 13);
+  b = bytes_of(p);
+  EXPECT_EQ(b.substr(0, 4), "SEAW");
+  EXPECT_EQ(pava::get_le16(u8(b, 278)), 1288);
+  EXPECT_FLOAT_EQ(pava::get_lef(u8(b, 280)), 58.3f);
+}
+
+// Round trips through open_file for the three header formats: samples,
+// header words, decoder-sync marks and times come back; the last line stays
+// empty because no prefix follows it.
+TEST(HrptFile, RoundTripEveryHeaderFormat) {
+  struct Row {
+    int type, width, nch, header;
+    SAT_TYPE sat;
+    const char* name;
+  };
+  const Row rows[] = {{FT_HRPT, 2048, 5, 750, HRPT, "NOAA 19"},
+                      {FT_CHRPT, 256, 10, 1600, CHRPT, "FENGYUN 1D"},
+                      {FT_SEAWIF, 128, 8, 685, SEASTAR, "Seastar"}};
+  testutil::TempDir dir;
+  for (const Row& r : rows) {
+    std::string p = dir.file("rt.raw");
+    auto words = write_hrpt_file(p, r.type, r.width, 9, 21);
+    OpenedPic o;
+    ASSERT_EQ(o.open(p), 0) << r.name;
+    EXPECT_EQ(o.pic->file_type, r.type);
+    EXPECT_EQ(o.pic->sat_type, r.sat);
+    EXPECT_STREQ(o.pic->sat_name, r.name);
+    EXPECT_EQ(o.pic->width, r.width);
+    EXPECT_EQ(o.pic->height, 9);
+    EXPECT_EQ(o.pic->pic_strt, 16007);
+    EXPECT_EQ(o.pic->ox, 100);
+    EXPECT_NEAR(o.pic->kepler.inclination, 1.7f, 1e-6);
+    ASSERT_EQ(o.lines(), 9);
+    for (int i = 0; i < 8; i++) {
+      XLINE* l = o.line(i);
+      EXPECT_EQ(l->dec_sync, (i + 1) % 3 != 0) << r.name << " line " << i;
+      EXPECT_TRUE(l->syncword);
+      for (int px = 0; px < r.width; px += 7)
+        for (int c = 0; c < r.nch; c++)
+          ASSERT_EQ(l->line[c][px], words[size_t(i)][size_t(r.header + px * r.nch + c)])
+              << r.name << " line " << i << " pixel " << px << " channel " << c;
+      EXPECT_EQ(l->line_hdr[6], words[size_t(i)][6]);
+      EXPECT_EQ(l->tm_ms.tm.tm_year, 124);
+      EXPECT_EQ(l->tm_ms.tm.tm_mon, 2);
+      EXPECT_EQ(l->tm_ms.tm.tm_mday, 5);
+    }
+    XLINE* last = o.line(8);
+    EXPECT_EQ(last->line[0][5], 0);  // kept empty
+    EXPECT_TRUE(o.pic->valid_time);
+    EXPECT_EQ(o.line(7)->tm_ms.tm.tm_sec, 31);
+    EXPECT_EQ(o.line(7)->tm_ms.ms, 166);
+  }
+}
+
+TEST(HrptFile, UpperBitsAboveTenAreLost) {
+  const uint16_t w[4] = {0x7FF, 0xFC01, 0x155, 0x3FF};
+  uint8_t b[5];
+  uint16_t back[4];
+  hrpt1_pack(w, b);
+  hrpt1_unpack(b, back);
+  EXPECT_EQ(back[0], 0x3FF);
+  EXPECT_EQ(back[1], 0x001);
+  EXPECT_EQ(back[2], 0x155);
+  EXPECT_EQ(back[3], 0x3FF);
+  // Byte 4 holds the low two bits, w0's in bits 7-6.
+  EXPECT_EQ(b[4], (3 << 6) | (1 << 4) | (1 << 2) | 3);
+  EXPECT_EQ(b[2], 0x155 >> 2);
+}
+
+TEST(HrptFile, HeightZeroCountsAtTheShortStep) {
+  testutil::TempDir dir;
+  std::string p = dir.file("h0.hrpt");
+  for (int n : {1, 3, 4, 6}) {
+    write_hrpt_file(p, FT_HRPT, 2048, n, 31);
+    {
+      FILE* fp = std::fopen(p.c_str(), "r+b");
+      uint8_t zero[2] = {0, 0};
+      std::fseek(fp, 24, SEEK_SET);
+      std::fwrite(zero, 1, 2, fp);
+      std::fclose(fp);
+    }
+    PICINFO* pic = pic_new();
+    pic->file_type = FT_HRPT;
+    pic->fp = std::fopen(p.c_str(), "rb");
+    ASSERT_EQ(read_hrpt1_hdr(pic), 0);
+    // Step 2772 x 5 + 10 = 13870 bytes from 16007: (13872 N - 7) / 13870.
+    EXPECT_EQ(pic->height, int((13872L * n - 7) / 13870)) << n;
+    std::fclose(pic->fp);
+    pic->fp = nullptr;
+    pic_delete(pic);
+  }
+}
+
+TEST(HrptFile, Version3HeaderTakesChannelsFromMask) {
+  testutil::TempDir dir;
+  std::string p = dir.file("v3.hrpt");
+  write_hrpt_file(p, FT_HRPT, 2048, 2, 41);
+  {
+    FILE* fp = std::fopen(p.c_str(), "r+b");
+    std::fseek(fp, 96, SEEK_SET);
+    std::fwrite("EXT_V003", 1, 8, fp);
+    uint8_t mask = 0x02 | 0x40 | 0x10;  // header, channels 1 and 3
+    std::fseek(fp, 20, SEEK_SET);
+    std::fwrite(&mask, 1, 1, fp);
+    std::fclose(fp);
+  }
+  PICINFO* pic = pic_new();
+  pic->file_type = FT_HRPT;
+  pic->fp = std::fopen(p.c_str(), "rb");
+  ASSERT_EQ(read_hrpt1_hdr(pic), 0);
+  const int want[6] = {1, 1, 0, 1, 0, 0};
+  for (int s = 0; s < 6; s++) EXPECT_EQ(pic->channels_recorded[s], want[s]) << s;
+  EXPECT_EQ(pic->fri.inter_chan, 2);
+  std::fclose(pic->fp);
+  pic->fp = nullptr;
+  pic_delete(pic);
+}
+
+// Broken files end in a result code or a picture of the lines that could be
+// read; nothing is sized by the header's claims.
+TEST(HrptFile, BadInput) {
+  testutil::TempDir dir;
+  std::string good = dir.file("good.hrpt");
+  write_hrpt_file(good, FT_HRPT, 2048, 3, 51);
+  std::string b = bytes_of(good);
+  auto variant = [&](const std::string& name, std::string data) {
+    std::string p = dir.file(name);
+    testutil::write_file(p, data);
+    return p;
+  };
+  auto with_le16 = [&](size_t off, uint16_t v) {
+    std::string s = b;
+    s[off] = char(v & 0xFF), s[off + 1] = char(v >> 8);
+    return s;
+  };
+  {  // Truncated header: read problem.
+    OpenedPic o;
+    EXPECT_EQ(o.open(variant("trunc.hrpt", b.substr(0, 9000))), 'r');
+    EXPECT_EQ(o.pic->fp, nullptr);
+  }
+  {  // A header claiming 30000 lines over a 3-line file: three lines.
+    OpenedPic o;
+    EXPECT_EQ(o.open(variant("claim.hrpt", with_le16(24, 30000))), 0);
+    EXPECT_EQ(o.lines(), 3);
+    EXPECT_EQ(o.pic->height, 3);
+  }
+  {  // Width 0 and absurd widths.
+    for (uint16_t w : {uint16_t(0), uint16_t(30000), uint16_t(0xFFFF)}) {
+      OpenedPic o;
+      EXPECT_EQ(o.open(variant("w.hrpt", with_le16(22, w))), 'r') << w;
+    }
+  }
+  {  // No channel recorded at all.
+    std::string s = b;
+    for (int k = 0; k < 9; k++) s[size_t(269 + k)] = 0;
+    OpenedPic o;
+    EXPECT_EQ(o.open(variant("nochan.hrpt", s)), 'r');
+  }
+  {  // Zero-length file: no magic, unknown type; forced type: read problem.
+    OpenedPic o;
+    std::string p = variant("empty.hrpt", "");
+    EXPECT_EQ(o.open(p), 't');
+    EXPECT_EQ(o.open(p, FT_HRPT), 'r');
+  }
+  {  // Cut in the middle of the second record: the first line only.
+    OpenedPic o;
+    EXPECT_EQ(o.open(variant("cut.hrpt", b.substr(0, 16000 + 13872 + 5000))), 0);
+    EXPECT_EQ(o.lines(), 1);
+  }
+  {  // Cut inside the third record: two lines with samples.
+    OpenedPic o;
+    EXPECT_EQ(o.open(variant("cut2.hrpt", b.substr(0, 16000 + 2 * 13872 + 100))), 0);
+    EXPECT_EQ(o.lines(), 2);
+    EXPECT_NE(o.line(0)->line[0][0] | o.line(0)->line[1][0] | o.line(0)->line[2][0], 0);
+  }
+  {  // Header only.
+    OpenedPic o;
+    EXPECT_EQ(o.open(variant("hdronly.hrpt", b.substr(0, 16000))), 0);
+    EXPECT_EQ(o.lines(), 0);
+  }
+}
+
+}  // namespace
+
+namespace {
+
+// Channels 1, 2 and 4 without header words: samples from word 0, three slots,
+// no line times.
+TEST(HrptFile, SelectedChannelsWithoutHeaderWords) {
+  testutil::TempDir dir;
+  std::string p = dir.file("sel.hrpt");
+  PICINFO* pic = pic_new();
+  pic->file_type = FT_HRPT;
+  pic->width = 64;
+  pic->channels_recorded[1] = pic->channels_recorded[2] = pic->channels_recorded[4] = 1;
+  pic->fp = std::fopen(p.c_str(), "wb");
+  ASSERT_EQ(write_hrpt1_hdr(pic), 0);
+  EXPECT_EQ(pic->fri.words_per_frame, 192);
+  fmtsamples::Rng rng(5);
+  std::vector<std::vector<uint16_t>> lines;
+  for (int i = 0; i < 4; i++) {
+    std::vector<uint16_t> w(192);
+    for (auto& v : w) v = rng.next10();
+    lines.push_back(w);
+    EXPECT_EQ(write_hrpt1_line(pic, w.data(), 0x10), 1);
+  }
+  std::fclose(pic->fp);
+  pic->fp = nullptr;
+  pic_delete(pic);
+  EXPECT_EQ(testutil::read_file(p).size(), 16000u + 4u * (192u * 10 / 8 + 7));
+
+  OpenedPic o;
+  ASSERT_EQ(o.open(p), 0);
+  EXPECT_EQ(o.pic->nr_chan, 3);
+  EXPECT_EQ(o.pic->channels_recorded[0], 0);
+  EXPECT_EQ(o.pic->channels_recorded[3], 0);
+  // No line count in the header: the counting step (48 x 5 + 10 = 250 bytes
+  // over 247-byte records) finds 3 of the 4 lines.
+  ASSERT_EQ(o.lines(), 3);
+  for (int i = 0; i < 3; i++)
+    for (int px = 0; px < 64; px++)
+      for (int c = 0; c < 3; c++)
+        ASSERT_EQ(o.line(i)->line[c][px], lines[size_t(i)][size_t(px * 3 + c)]) << i;
+  EXPECT_EQ(o.line(0)->tm_ms.valid, 0);
+  EXPECT_FALSE(o.pic->valid_time);
+  // Without a file the writers report it.
+  PICINFO* none = pic_new();
+  none->file_type = FT_HRPT;
+  EXPECT_EQ(write_hrpt1_hdr(none), 1);
+  EXPECT_EQ(write_hrpt1_line(none, lines[0].data(), 0), 0);
+  pic_delete(none);
+}
+
+}  // namespace

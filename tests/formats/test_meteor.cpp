@@ -1,0 +1,172 @@
+// Meteor MHRPT1 and MHRPT2 files.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "format_samples.h"
+#include "formats/hptfile.h"
+#include "formats/meteor.h"
+#include "open_helper.h"
+#include "support/testutil.h"
+
+namespace {
+
+TEST(MeteorSync, CmpSyncTolerance) {
+  uint8_t b[8];
+  std::memcpy(b, MSU_SYNC, 8);
+  EXPECT_EQ(cmp_sync(b, MSU_SYNC, MSU_SYNC + 4, 8), 0);
+  b[0] ^= 0xFF, b[4] ^= 1, b[7] ^= 0x80;
+  EXPECT_EQ(cmp_sync(b, MSU_SYNC, MSU_SYNC + 4, 8), 3);
+  EXPECT_EQ(cmp_sync(b, MSU_SYNC, MSU_SYNC + 4, 4), 1);  // only the first four
+  // A frame whose line sync has three wrong bytes still starts a line; four don't.
+  uint8_t frame[256] = {0};
+  std::memcpy(frame + 22, b, 8);
+  EXPECT_TRUE(m1hrpt_is_startframe(frame));
+  frame[23] ^= 0x55;
+  EXPECT_FALSE(m1hrpt_is_startframe(frame));
+}
+
+TEST(MeteorMhrpt1, LineLayoutOfTheWriter) {
+  testutil::TempDir dir;
+  std::string p = dir.file("m.mhrpt1");
+  fmtsamples::write_mhrpt1_file(p, 2, true, 0, 5);
+  std::string b = testutil::read_file(p);
+  ASSERT_EQ(b.size(), 256u + 2u * 12800u);
+  EXPECT_EQ(b.substr(0, 4), "MHRP");
+  EXPECT_EQ(b.substr(248, 8), "END_HDR_");
+  for (int line = 0; line < 2; line++)
+    for (int f = 0; f < 50; f++) {
+      size_t off = 256 + size_t(line) * 12800 + size_t(f) * 256;
+      EXPECT_EQ(b.substr(off, 4), "\x1A\xCF\xFC\x1D") << line << "/" << f;
+      EXPECT_EQ(b.substr(off + 4, 18), std::string(18, '\0'));
+      EXPECT_EQ(b.substr(off + 254, 2), std::string(2, '\0'));
+      // Only the first frame of a line carries the line sync.
+      bool sync = std::memcmp(b.data() + off + 22, MSU_SYNC, 8) == 0;
+      EXPECT_EQ(sync, f == 0) << line << "/" << f;
+    }
+  // Line header of a written line: sync, then zeros (the time bytes were set
+  // by the sample maker).
+  EXPECT_EQ(b.substr(256 + 33, 39), std::string(39, '\0'));
+}
+
+TEST(MeteorMhrpt1, RoundTrip) {
+  testutil::TempDir dir;
+  std::string p = dir.file("m.mhrpt1");
+  auto words = fmtsamples::write_mhrpt1_file(p, 7, true, 0, 6);
+  OpenedPic o;
+  ASSERT_EQ(o.open(p), 0);
+  EXPECT_EQ(o.pic->file_type, FT_MHRPT1);
+  EXPECT_EQ(o.pic->sat_type, M1HRPT);
+  EXPECT_STREQ(o.pic->sat_name, "METEOR-M2");
+  EXPECT_EQ(o.pic->width, 1540);
+  EXPECT_EQ(o.pic->pic_strt, 256);
+  EXPECT_EQ(o.pic->fri.bytes_per_line, 12800);
+  EXPECT_EQ(o.pic->fri.header_len, 50);
+  ASSERT_EQ(o.lines(), 7);
+  for (int i = 0; i < 7; i++) {
+    EXPECT_TRUE(o.line(i)->syncword);
+    for (int px = 0; px < 1540; px++)
+      for (int c = 0; c < 6; c++)
+        ASSERT_EQ(o.line(i)->line[c][px], words[size_t(i)][size_t(px * 6 + c)])
+            << i << " " << px << " " << c;
+  }
+  // Times: Moscow time minus 3 hours, made-up milliseconds.
+  EXPECT_TRUE(o.pic->valid_time);
+  EXPECT_EQ(o.line(6)->tm_ms.tm.tm_hour, 10);
+  EXPECT_EQ(o.line(6)->tm_ms.tm.tm_sec, 31);
+  EXPECT_EQ(o.line(6)->tm_ms.tm.tm_mday, 5);
+}
+
+TEST(MeteorMhrpt1, HeaderlessFromFirstLineSync) {
+  testutil::TempDir dir;
+  std::string p = dir.file("headerless.bin");
+  // Three frames of zeros, then lines.
+  auto words = fmtsamples::write_mhrpt1_file(p, 3, false, 3, 7);
+  OpenedPic o;
+  ASSERT_EQ(o.open(p, FT_MHRPT1), 0);
+  EXPECT_EQ(o.pic->pic_strt, 3 * 256);
+  ASSERT_EQ(o.lines(), 3);
+  EXPECT_EQ(o.line(2)->line[5][1539], words[2][1539 * 6 + 5]);
+}
+
+TEST(MeteorMhrpt1, NoLineSync) {
+  testutil::TempDir dir;
+  std::string p = dir.file("nosync.bin");
+  testutil::write_file(p, std::string(40000, '\x55'));
+  OpenedPic o;
+  EXPECT_EQ(o.open(p, FT_MHRPT1), 'p');
+  EXPECT_EQ(o.pic->fp, nullptr);
+  testutil::write_file(p, "MHR");  // not even 131 bytes
+  EXPECT_EQ(o.open(p, FT_MHRPT1), 'r');
+}
+
+TEST(MeteorMhrpt2, ReadsLinesAtTwoSyncPositions) {
+  testutil::TempDir dir;
+  std::string p = dir.file("m2.mhrpt2");
+  auto words = fmtsamples::write_mhrpt2_file(p, 10, 40, 120, 8);
+  EXPECT_EQ(detect_file(p.c_str()), FT_MHRPT2);
+  EXPECT_EQ(msu_syncpos()[0], 40);
+  EXPECT_EQ(msu_syncpos()[1], 120);
+  OpenedPic o;
+  ASSERT_EQ(o.open(p), 0);
+  EXPECT_EQ(o.pic->file_type, FT_MHRPT2);
+  EXPECT_EQ(o.pic->width, 1570);
+  ASSERT_EQ(o.lines(), 10);
+  for (int i = 0; i < 10; i++) {
+    EXPECT_TRUE(o.line(i)->syncword) << i;
+    for (int px = 0; px < 1570; px += 3)
+      for (int c = 0; c < 6; c++)
+        ASSERT_EQ(o.line(i)->line[c][px], words[size_t(i)][size_t(px * 6 + c)])
+            << i << " " << px << " " << c;
+    EXPECT_EQ(o.line(i)->line_hdr[0], MSU_SYNC[0]);
+  }
+  EXPECT_TRUE(o.pic->valid_time);
+  EXPECT_EQ(o.line(9)->tm_ms.tm.tm_hour, 10);
+  EXPECT_EQ(o.line(9)->tm_ms.tm.tm_sec, 31);
+}
+
+TEST(MeteorMhrpt2, OnePositionFailsTheSearch) {
+  testutil::TempDir dir;
+  std::string p = dir.file("one.mhrpt2");
+  fmtsamples::write_mhrpt2_file(p, 10, 40, 40, 9);
+  FILE* fp = std::fopen(p.c_str(), "rb");
+  EXPECT_FALSE(search_msu(fp));
+  std::fclose(fp);
+  OpenedPic o;
+  EXPECT_EQ(o.open(p), 'p');
+}
+
+TEST(MeteorMhrpt2, ZoneUnpackingAcrossPieces) {
+  // Five bytes split over two pieces still make one group.
+  uint16_t w4[4] = {1, 1023, 512, 7};
+  uint8_t b[5];
+  uint8_t frame[1024] = {0};
+  std::vector<uint16_t> words(6 * 8, 0);
+  // Group 0 = channel 0, pixels 0-3: bytes 0-2 in one piece, 3-4 in the next.
+  hpt_pack(w4, b);
+  std::memcpy(frame + 22, b, 3);
+  std::memcpy(frame + 278, b + 3, 2);
+  MSU_UNPACK st{};
+  msu2line(frame, 22, 3, 0, words.data(), int(words.size()), &st);
+  EXPECT_EQ(words[0], 0);
+  msu2line(frame, 278, 2, 1, words.data(), int(words.size()), &st);
+  for (int j = 0; j < 4; j++) EXPECT_EQ(words[size_t(j * 6)], w4[j]) << j;
+}
+
+TEST(MeteorDump, OneBytePerWordWithBitFourOfWordThree) {
+  testutil::TempDir dir;
+  std::string p = dir.file("dump.bin");
+  PICINFO* pic = pic_new();
+  pic->fri.words_per_frame = 6;
+  pic->fp = std::fopen(p.c_str(), "wb");
+  const uint16_t w[6] = {0x101, 0x2FF, 3, 0x10, 0x11, 0x3FE};
+  dump_mhrpt1_line(pic, w);
+  std::fclose(pic->fp);
+  pic->fp = nullptr;
+  pic_delete(pic);
+  EXPECT_EQ(testutil::read_file(p), std::string("\x01\xFF\x03\x11\x11\xFE", 6));
+}
+
+}  // namespace

@@ -1,0 +1,91 @@
+// Malformed element files: the reader never crashes or hangs and yields fewer
+// satellites.
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+
+#include "orbit/satdb.h"
+#include "orbit/satpos.h"
+#include "orbit_testutil.h"
+
+namespace {
+
+const std::string kName = "NOAA 19\n";
+const std::string kL1 = "1 33591U 09005A   20300.85690046  .00000008  00000-0  29872-4 0  9998\n";
+const std::string kL2 = "2 33591  99.1965 309.6298 0014858  69.1900 291.0860 14.12436128603681\n";
+const std::string kGood = kName + kL1 + kL2;
+
+// Reads every satellite of text; positions each one at a moment so that the
+// model runs on whatever was read.
+int sats_in(const std::string& text) {
+  FILE* fp = fmemopen(const_cast<char*>(text.data()), text.size(), "r");
+  SAT* list = read_msat(fp, "*", nullptr);
+  std::fclose(fp);
+  int n = 0;
+  const struct tm t = orbit_test::utc(2020, 10, 27);
+  for (SAT* s = list; s; s = s->next, n++) {
+    EPOINT e{}, xyz{}, sub{};
+    calc_sat_earth_v2(&t, 0, &s->kepler, &s->orbit, &e, &xyz, &sub);
+  }
+  while (list) list = Remove_Sat(list);
+  return n;
+}
+
+TEST(MalformedElements, FewerSatellitesNeverACrash) {
+  struct Row {
+    std::string text;
+    int expect;
+    const char* why;
+  } rows[] = {
+      {kGood + kGood, 2, "two good sets"},
+      {kName + "1 33591U\n" + "2 33591\n" + kGood, 2, "short lines still pair (garbage values)"},
+      {kName + kL1 + kGood, 1, "missing line 2: the set is lost"},
+      {kName + kL1 + kName + kL2, 0, "line 2 without its line 1"},
+      {kName + kL1.substr(0, 18) + "ab.cdefg" + kL1.substr(26) + kL2, 1, "non-numeric epoch"},
+      {kName + kL1 + "2 33591  xx.xxxx yyy.yyyy zzzzzzz  69.1900 291.0860 qq.qqqqqqqq603681\n", 1,
+       "non-numeric line 2 (no model state)"},
+      {kName + std::string(5000, '1') + "\n" + kGood, 1, "a 5000-character line"},
+      {std::string(5000, 'x') + "\n1 short\n2 short\n" + kGood, 2,
+       "long line then a short pair (its tail is a line of its own)"},
+      {"", 0, "empty file"},
+      {"\n\n\n", 0, "blank lines"},
+      {kGood.substr(0, kGood.size() - 1), 1, "no final line feed"},
+      {"NOAA 19\r\n" + kL1.substr(0, 69) + "\r\n" + kL2.substr(0, 69) + "\r\n", 1, "CRLF"},
+      {std::string("NO\0AA\n", 6) + kL1 + kL2, 1, "NUL in the name"},
+  };
+  for (const Row& r : rows) EXPECT_EQ(sats_in(r.text), r.expect) << r.why;
+}
+
+TEST(MalformedElements, RandomBinaryJunk) {
+  const unsigned seed = 20201027;
+  std::mt19937 rng(seed);
+  for (int round = 0; round < 200; round++) {
+    std::string junk(1 + rng() % 3000, '\0');
+    for (char& c : junk) c = static_cast<char>(rng());
+    // Sometimes splice a real set into the junk.
+    if (round % 2) junk.insert(rng() % junk.size(), "\n" + kGood);
+    const int n = sats_in(junk);
+    EXPECT_LE(n, 1 + static_cast<int>(junk.size() / 4)) << "seed " << seed << " round " << round;
+  }
+}
+
+TEST(MalformedElements, GarbageNumbersGiveNoModelButNoCrash) {
+  // Mean motion 0 and eccentricity above 1: the model refuses, positions stay.
+  std::string l2 = kL2;
+  l2.replace(26, 7, "9999999");  // e = 0.9999999
+  l2.replace(52, 11, " 0.00000000");
+  std::string text = kName + kL1 + l2;
+  FILE* fp = fmemopen(text.data(), text.size(), "r");
+  SAT* s = read_msat(fp, "*", nullptr);
+  std::fclose(fp);
+  ASSERT_NE(s, nullptr);
+  EXPECT_FALSE(s->kepler.sgp4_ready);
+  EPOINT xyz{7, 7, 7, 7, 7, 7};
+  const struct tm t = orbit_test::utc(2020, 10, 27);
+  EXPECT_NE(calc_sat_earth_v2(&t, 0, &s->kepler, &s->orbit, nullptr, &xyz, nullptr), 0);
+  EXPECT_EQ(xyz.x, 7.0f);
+  Remove_Sat(s);
+}
+
+}  // namespace
