@@ -53,8 +53,10 @@ bool read_file(const char* path, std::vector<uint8_t>* out) {
 // decoder's lock.
 bool byte_mode(int code) { return code == 1 || code == 2 || code == 4 || code == 6 || code == 11; }
 
-// Appends one source frame (or filler/noise when synced is false) packed in
-// the current packing to the pending stream bytes.
+// Appends units packed in the current packing to the pending stream bytes.
+// synced: the board is in sync (flags and Viterbi lock set); frame_start: the
+// first unit starts a frame (the board's frame clock keeps marking frame
+// starts while it is out of sync).
 void pack_units(BOARDEMU* e, const uint16_t* units, size_t n, bool synced, bool frame_start) {
   int packing = boardemu_packing(e);
   bool bytes = byte_mode(e->regs[1]);
@@ -66,10 +68,14 @@ void pack_units(BOARDEMU* e, const uint16_t* units, size_t n, bool synced, bool 
       if (!synced) {
         // Out of sync the continuation markers come one per code pair, which
         // keeps the host's marker counter below 2.
-        e->pack4.n = 0;
+        // A group begun in sync is completed with zero bytes first.
+        static const uint8_t kZero[2] = {0, 0};
+        if (e->pack4.n)
+          boardemu_pack4(kZero, nullptr, size_t(3 - e->pack4.n), &e->pending, &e->pack4);
         for (size_t i = 0; i < n; i++) {
           e->pending.push_back(uint8_t(units[i] & 63));
-          e->pending.push_back(uint8_t(0x80 | ((units[i] >> 2) & 63)));
+          e->pending.push_back(
+              uint8_t(0x80 | (frame_start && i == 0 ? 0x40 : 0) | ((units[i] >> 2) & 63)));
         }
       } else {
         std::vector<uint8_t> data(n);
@@ -84,7 +90,7 @@ void pack_units(BOARDEMU* e, const uint16_t* units, size_t n, bool synced, bool 
         int v = units[i] & (bytes ? 0xFF : 0x3FF);
         if (bytes && synced) v |= 0x100;
         uint8_t two[2];
-        boardemu_pack2(v, synced && frame_start && i == 0, synced, two);
+        boardemu_pack2(v, frame_start && i == 0, synced, two);
         e->pending.push_back(two[0]);
         e->pending.push_back(two[1]);
       }
@@ -170,6 +176,7 @@ void parse_byte(BOARDEMU* e, uint8_t b) {
       int r = b & 63;
       e->log.reg_reads.push_back(r);
       uint8_t v = e->regs[r];
+      if (r >= 4 && r <= 7) v = e->firmware[r - 4];
       if (r == 13) {
         v &= 0x7F;
         if (e->overflow_reads > 0) {

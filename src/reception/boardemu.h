@@ -81,7 +81,8 @@ struct BOARDEMU {
   double bit_error_rate = 0.0;  // per data bit of streamed frames
   uint32_t seed = 1;            // of the bit-error generator
   long sync_loss_from = -1;     // frame index where sync is lost ...
-  long sync_loss_frames = 0;    // ... for this many frames (noise, no flags)
+  long sync_loss_frames = 0;    // ... for this many frames: noise without the
+                                // in-sync flag (frame starts still marked)
   long stall_after = -1;        // stream bytes after which reads time out
   long vanish_after = -1;       // stream bytes after which the device is gone
   int overflow_reads = 0;       // reads of register 13 that report overflow
