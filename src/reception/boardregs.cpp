@@ -65,3 +65,36 @@ int vco_step(int previous, int wanted) {
   if (wanted != 30) return wanted;
   return previous != 20 ? 20 : 40;
 }
+
+const int hwtest_regs[] = {0x00, 0x01, 0x02, 0x03, 0x04, 0x08, 0x09, 0x0A, 0x0B, 0x0C, 0x0D,
+                           0x0E, 0x0F, 0x10, 0x11, 0x12, 0x13, 0x14, 0x15, 0x16, 0x17, 0x18};
+const int hwtest_nregs = int(sizeof hwtest_regs / sizeof hwtest_regs[0]);
+
+int hwtest_parse_value(const char* text) {
+  unsigned v = 0;
+  if (!text || std::sscanf(text, "%x", &v) != 1) return 0;
+  return int(v);
+}
+
+int hwtest_write_entry(usb_items* usb, int index, const char* text) {
+  if (index < 0 || index >= hwtest_nregs) return -1;
+  int reg = hwtest_regs[index];
+  int v = hwtest_parse_value(text);
+  std::printf("%d  A_%02x   D_%02x  %x\n", index, reg, reg, v);
+  return usb_write_reg(usb, reg, v);
+}
+
+void hwtest_read_all(usb_items* usb, char (*texts)[8]) {
+  int values[sizeof hwtest_regs / sizeof hwtest_regs[0]] = {};
+  if (usb_init_connect(usb) == 0) {
+    dis_dat(usb);
+    usb_flush_tx(usb);
+    for (int i = 0; i < hwtest_nregs; i++) {
+      unsigned char v = 0;
+      if (usb_read_reg(usb, hwtest_regs[i], &v) == 0) values[i] = v;
+    }
+  }
+  for (int i = 0; i < hwtest_nregs; i++) std::snprintf(texts[i], 8, "0x%x", values[i]);
+}
+
+int hwtest_led(const usb_items* usb) { return usb->ftHandle ? 0x0F0 : 0xF00; }

@@ -46,3 +46,27 @@ void rate_preset_40ksymb(int vco, int* gen_div, int* dec_div);
 // The VCO control skips 30: moving onto 30 lands on 40 when the previous
 // value was 20, else on 20. Returns the value to use.
 int vco_step(int previous, int wanted);
+
+// ---- Register page of the hardware test panel ----
+
+// Registers listed on the page, in order; their controls are named "A_%02x"
+// (address) and "D_%02x" (value).
+extern const int hwtest_regs[];
+extern const int hwtest_nregs;
+
+// A value entry's text as hexadecimal ("0x" prefix allowed); text that is not
+// hexadecimal gives 0.
+int hwtest_parse_value(const char* text);
+
+// An edited value entry: writes the parsed value to register hwtest_regs[index]
+// and prints "%d  %s   %s  %x\n" (index, the A_ and D_ names, value). The
+// write's status.
+int hwtest_write_entry(usb_items* usb, int index, const char* text);
+
+// "Read ": opens, switches data off, flushes and reads every listed register;
+// texts[i] (8 bytes each) receives "0x%x" of the value, which stays 0 when a
+// read fails.
+void hwtest_read_all(usb_items* usb, char (*texts)[8]);
+
+// Colour of the "!ocu" LED: 0x0F0 when the link is open, 0xF00 when not.
+int hwtest_led(const usb_items* usb);

@@ -243,6 +243,35 @@ int usb_unpack_mode(int sat_type, int fast_ftd) {
   return 2;
 }
 
+int usb_read_block(RECORDINFO* rdi, USB_UNPACKER* u) {
+  uint32_t got = 0;
+  int st = rdi->usb.ftHandle ? ftport()->read(rdi->usb.ftHandle, u->buf, USB_BLOCK, &got)
+                             : int(FT_INVALID_HANDLE);
+  if (st != FT_OK) {
+    got = 0;
+    // A device that fails every read has gone (unplugged, powered off): close
+    // it and stop, rather than spin until the user notices.
+    if (++u->failed_reads >= kLostAfterFailures && rdi->recording) {
+      u->lost = 1;
+      w_dbg("USB device lost (status %d)\n", st);
+      usb_close_connect(&rdi->usb);
+      rdi->recording = 0;
+    }
+  } else {
+    u->failed_reads = 0;
+  }
+  if (st != FT_OK || got < USB_BLOCK) {
+    ui().drain_events();
+    if (!rdi->recording) {
+      u->nbuf = u->pos = 0;
+      return 0;
+    }
+  }
+  u->nbuf = int(got);
+  u->pos = 0;
+  return 1;
+}
+
 int get_usb_data(RECORDINFO* rdi, int* out) {
   USB_UNPACKER& u = g_unp;
   if (!out) {
@@ -255,33 +284,12 @@ int get_usb_data(RECORDINFO* rdi, int* out) {
   for (;;) {
     while (u.pos < u.nbuf)
       if (usb_unpack_byte(&u, u.buf[u.pos++], iq, out)) return 1;
-    uint32_t got = 0;
-    int st = rdi->usb.ftHandle ? ftport()->read(rdi->usb.ftHandle, u.buf, USB_BLOCK, &got)
-                               : int(FT_INVALID_HANDLE);
-    if (st != FT_OK) {
-      got = 0;
-      // A device that fails every read has gone (unplugged, powered off):
-      // close it and stop, rather than spin until the user notices.
-      if (++u.failed_reads >= kLostAfterFailures && rdi->recording) {
-        u.lost = 1;
-        w_dbg("USB device lost (status %d)\n", st);
-        usb_close_connect(&rdi->usb);
-        rdi->recording = 0;
-      }
-    } else {
-      u.failed_reads = 0;
+    if (!usb_read_block(rdi, &u)) {
+      *out = u.partial ? u.held : 0;
+      u.partial = 0;
+      u.stopped = 1;
+      return 1;
     }
-    if (st != FT_OK || got < USB_BLOCK) {
-      ui().drain_events();
-      if (!rdi->recording) {
-        u.nbuf = u.pos = 0;
-        *out = 0;
-        u.stopped = 1;
-        return 1;
-      }
-    }
-    u.nbuf = int(got);
-    u.pos = 0;
   }
 }
 
@@ -304,13 +312,9 @@ int usb_get_hrpt_frame(uint16_t* frame, RECORDINFO* rdi) {
   int word = 0, dropped = 0;
   while (n > 0) {
     if (!get_usb_data(rdi, &word)) return 0;
-    if (u.stopped) {
-      // Recording stopped in the middle: the frame ends here.
-      while (n-- > 0) frame[k++] = 0;
-      break;
-    }
     if ((word & USBW_START) || rdi->ignore_sync) started = true;
     if (!started) {
+      if (u.stopped) break;
       if (++dropped >= kDropDrain) {
         dropped = 0;
         ui().drain_events();
@@ -320,6 +324,11 @@ int usb_get_hrpt_frame(uint16_t* frame, RECORDINFO* rdi) {
     }
     frame[k++] = uint16_t(word & mask);
     n--;
+    if (u.stopped) {
+      // Recording stopped: every further word would be 0 without a read.
+      while (n-- > 0) frame[k++] = 0;
+      break;
+    }
   }
   return (word & USBW_INSYNC) ? 1 : 2;
 }

@@ -104,6 +104,7 @@ struct USB_UNPACKER {
   int grp_idx;             // mode 4: index within the 4-code group
   int grp_cnt;             // mode 4: continuation marker counter 0..3
   int held;                // modes 2 and 4: partial word
+  int partial;             // held belongs to a word not yet complete
   uint32_t sr;             // mode 0: marker shift register
   int sync_in;             // mode 0: in sync
   int sync_pos;            // mode 0: byte position in the frame, 0..1023
@@ -157,6 +158,7 @@ inline int usb_unpack_byte(USB_UNPACKER* u, unsigned b, int iqtest, int* word) {
       switch (u->grp_idx) {
         case 0:
           u->held = data * 4;
+          u->partial = 1;
           return 0;
         case 1:
           out = u->held + (data >> 4);
@@ -171,23 +173,33 @@ inline int usb_unpack_byte(USB_UNPACKER* u, unsigned b, int iqtest, int* word) {
           break;
       }
       *word = (out & 255) | ((b & 0x40) ? USBW_START : 0) | (u->grp_cnt >= 2 ? USBW_INSYNC : 0);
+      u->partial = 0;
       return 1;
     }
     default:
       // Two bytes a word: 0 0 d9 d8 d3 d2 d1 d0, then 1 x I S d7 d6 d5 d4.
       if (!(b & 0x80)) {
         u->held = int(b & 0x0F) | int((b & 0x30) << 4);
+        u->partial = 1;
         return 0;
       }
+      u->partial = 0;
       *word = u->held | int((b & 0x0F) << 4) | ((b & 0x10) ? USBW_START : 0) |
               ((b & 0x20) ? USBW_INSYNC : 0);
       return 1;
   }
 }
 
+// Reads the next block into u's buffer: 1 when reading goes on (the block
+// may be short or empty), 0 when recording was switched off after a failed or
+// short read (pending events are drained then). Three failed reads in a row
+// close the link and switch recording off (u->lost).
+int usb_read_block(RECORDINFO* rdi, USB_UNPACKER* u);
+
 // Unpacks the next flagged word into *out and returns 1, reading 1024-byte
 // blocks as needed (a failed or short read drains pending events; when
-// recording was switched off meanwhile, *out is 0 and 1 is returned). A null
+// recording was switched off meanwhile, *out is the word built so far, 0 if
+// none, and 1 is returned). A null
 // out discards the rest of the buffer and returns 0. Three failed reads in a
 // row (the device went away) close the link and switch recording off.
 int get_usb_data(RECORDINFO* rdi, int* out);
