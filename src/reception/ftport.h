@@ -33,6 +33,8 @@ struct FT_DEVICE_LIST_INFO_NODE {
   char Description[64];
   void* ftHandle;
 };
+static_assert(sizeof(void*) != 8 || sizeof(FT_DEVICE_LIST_INFO_NODE) == 104,
+              "D2XX device node layout");
 
 // The operations of one backend. Every function returns an FT_STATUS_CODE.
 // read blocks until n bytes arrived or the read time-out passed; a time-out is

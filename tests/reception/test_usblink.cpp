@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstddef>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -491,6 +492,37 @@ TEST_F(BoardTest, DispatchByPortType) {
   rec->port_type = usb;
   Close_HWConnect(rec.get());
   EXPECT_EQ(rec->usb.ftHandle, nullptr);
+}
+
+}  // namespace
+
+namespace {
+
+TEST(FtPort, BackendSelection) {
+  ftport_install(nullptr);
+  EXPECT_EQ(ftport_select("no-such-backend"), -1);
+  ASSERT_EQ(ftport_select("emulator"), 0);
+  EXPECT_STREQ(ftport()->name, "emulator");
+  ASSERT_EQ(ftport_select("libftdi"), 0);
+  EXPECT_STREQ(ftport()->name, "libftdi");
+  // D2XX only when its library can be loaded; "auto" prefers it.
+  bool have_d2xx = ftport_d2xx() != nullptr;
+  EXPECT_EQ(ftport_select("d2xx"), have_d2xx ? 0 : -1);
+  ASSERT_EQ(ftport_select("auto"), 0);
+  EXPECT_STREQ(ftport()->name, have_d2xx ? "d2xx" : "libftdi");
+  ASSERT_EQ(ftport_select(""), 0);  // empty preference: automatic
+  // An installed table overrides the selection until removed.
+  ftport_install(ftport_emulator());
+  EXPECT_STREQ(ftport()->name, "emulator");
+  ftport_install(nullptr);
+  EXPECT_STREQ(ftport()->name, have_d2xx ? "d2xx" : "libftdi");
+}
+
+TEST(FtPort, DeviceNodeLayoutOfD2xx) {
+  // D2XX fills these nodes directly: 104 bytes each on a 64-bit system.
+  EXPECT_EQ(sizeof(FT_DEVICE_LIST_INFO_NODE), 16 + 16 + 64 + sizeof(void*));
+  EXPECT_EQ(offsetof(FT_DEVICE_LIST_INFO_NODE, SerialNumber), 16u);
+  EXPECT_EQ(offsetof(FT_DEVICE_LIST_INFO_NODE, Description), 32u);
 }
 
 }  // namespace
