@@ -38,4 +38,23 @@ status=$?
 check "no board status" 1 "$status"
 check "no board message" "pava-cli: Can't connect to decoder via USB " "$err"
 
+# The D2XX backend through a stand-in library: chosen by "auto" when loadable.
+fake=$bin/../fake-d2xx
+if [ -f "$fake/libftd2xx.so" ]; then
+  out=$(LD_LIBRARY_PATH=$fake timeout 60 "$bin/pava-cli" usb list)
+  check "d2xx list" '{"backend":"d2xx","devices":[{"serial":"D2XXFAKE","description":"Fake D2XX","id":0}]}' "$out"
+  out=$(LD_LIBRARY_PATH=$fake timeout 60 "$bin/pava-cli" usb info --backend d2xx)
+  check "d2xx info" '{"backend":"d2xx","firmware":"44 32 58 58","mode":0,"mode_name":"HRPT"}' "$out"
+else
+  echo "FAIL: $fake/libftd2xx.so not built"
+  fail=1
+fi
+# Without it (and no D2XX installed) the program still runs, on libftdi1.
+if ! ldconfig -p 2>/dev/null | grep -q libftd2xx; then
+  out=$(timeout 60 "$bin/pava-cli" usb list)
+  check "libftdi list" '{"backend":"libftdi","devices":[]}' "$out"
+  err=$(timeout 60 "$bin/pava-cli" usb list --backend d2xx 2>&1 >/dev/null)
+  check "no d2xx" "pava-cli: USB backend not available: d2xx" "$err"
+fi
+
 exit $fail
