@@ -142,6 +142,8 @@ void parse_byte(BOARDEMU* e, uint8_t b) {
       switch (b) {
         case 128:
           e->log.serial_tx.push_back(e->regs[14]);
+          if (e->log.serial_tx.size() % 16 == 0)
+            e->log.tuner_msgs.emplace_back(e->log.serial_tx.end() - 16, e->log.serial_tx.end());
           break;
         case 3:
         case 1:

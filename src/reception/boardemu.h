@@ -38,11 +38,12 @@ struct PACK4_STATE {
 
 // What the host wrote, as seen by the board.
 struct BOARDEMU_LOG {
-  std::vector<std::pair<int, int>> reg_writes;  // (register, value) in order
-  std::vector<int> reg_reads;                   // registers read, in order
-  int pointer_resets = 0;                       // reset commands (0x00)
-  std::vector<uint8_t> serial_tx;               // bytes sent with 12 := 128
-  std::vector<std::vector<uint8_t>> i2c_msgs;   // each ended by 12 := 0
+  std::vector<std::pair<int, int>> reg_writes;   // (register, value) in order
+  std::vector<int> reg_reads;                    // registers read, in order
+  int pointer_resets = 0;                        // reset commands (0x00)
+  std::vector<uint8_t> serial_tx;                // bytes sent with 12 := 128
+  std::vector<std::vector<uint8_t>> tuner_msgs;  // serial_tx in 16-byte messages
+  std::vector<std::vector<uint8_t>> i2c_msgs;    // each ended by 12 := 0
   struct Diseqc {
     int output;  // 0: X (12 := 0x40), 1: Y (12 := 0x60)
     uint8_t bytes[4];
@@ -79,7 +80,7 @@ struct BOARDEMU {
 
   // Faults.
   double bit_error_rate = 0.0;  // per data bit of streamed frames
-  uint32_t seed = 1;            // of the bit-error generator
+  uint32_t seed = 1;            // of noise and bit errors (taken when attached)
   long sync_loss_from = -1;     // frame index where sync is lost ...
   long sync_loss_frames = 0;    // ... for this many frames: noise without the
                                 // in-sync flag (frame starts still marked)

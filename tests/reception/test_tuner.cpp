@@ -110,6 +110,8 @@ TEST_F(BoardTest, TunerRegisterSequence) {
   std::vector<uint8_t> tx;
   for (int r = 0; r < 5; r++) tx.insert(tx.end(), m.begin(), m.end());
   EXPECT_EQ(emu->log.serial_tx, tx);
+  ASSERT_EQ(emu->log.tuner_msgs.size(), 5u);
+  for (const auto& msg : emu->log.tuner_msgs) EXPECT_EQ(msg, m);
   EXPECT_EQ(emu->log.reg_reads, std::vector<int>(5, 13));  // status after each pass
   // 0.5 ms after each byte, 10 ms between passes.
   std::vector<long> waits;
