@@ -66,16 +66,18 @@ void pack_units(BOARDEMU* e, const uint16_t* units, size_t n, bool synced, bool 
       break;
     case 4:
       if (!synced) {
-        // Out of sync the continuation markers come one per code pair, which
-        // keeps the host's marker counter below 2.
+        // Out of sync a continuation marker follows every two group starts,
+        // which runs the host's marker counter down below 2: one output per
+        // three codes, the unit split over the last two.
         // A group begun in sync is completed with zero bytes first.
         static const uint8_t kZero[2] = {0, 0};
         if (e->pack4.n)
           boardemu_pack4(kZero, nullptr, size_t(3 - e->pack4.n), &e->pending, &e->pack4);
         for (size_t i = 0; i < n; i++) {
-          e->pending.push_back(uint8_t(units[i] & 63));
-          e->pending.push_back(
-              uint8_t(0x80 | (frame_start && i == 0 ? 0x40 : 0) | ((units[i] >> 2) & 63)));
+          uint8_t u = uint8_t(units[i]);
+          e->pending.push_back(uint8_t(next_rand(e) & 63));
+          e->pending.push_back(uint8_t(u >> 2));
+          e->pending.push_back(uint8_t(0x80 | (frame_start && i == 0 ? 0x40 : 0) | ((u & 3) << 4)));
         }
       } else {
         std::vector<uint8_t> data(n);

@@ -369,6 +369,41 @@ TEST_F(BoardTest, SyncLossGivesOutOfSyncFramesThenRecovers) {
   EXPECT_EQ(status, (std::vector<int>{1, 1, 1, 1, 2, 2, 2, 1, 1, 1}));
 }
 
+TEST_F(BoardTest, SyncLossInEveryPacking) {
+  struct Row {
+    int code;
+    SAT_TYPE sat;
+    int fast;
+    const char* what;
+  } rows[] = {
+      {4, METOP, 0, "six-bit groups: the marker counter runs down"},
+      {4, METOP, 1, "fast mode, two-byte words: the board's in-sync bit"},
+      {6, FY3D, 0, "raw bytes: the host misses the marker"},
+  };
+  for (const Row& r : rows) {
+    emu = std::make_unique<BOARDEMU>();
+    emu->timeout_scale = 0.001;
+    ASSERT_EQ(boardemu_load_cadu(emu.get(), testutil::shared_path(kCadu).c_str()), 0);
+    if (r.sat == FY3D) emu->packing = 0;
+    rec->usb.fast_ftd = r.fast;
+    emu->sync_loss_from = 4;
+    emu->sync_loss_frames = 3;
+    boardemu_attach(emu.get());
+    usb_close_connect(&rec->usb);
+    usb_unpacker_reset();
+    start_stream(r.code, r.sat, 1024);
+    std::vector<uint16_t> frame(1024);
+    std::vector<int> status;
+    for (size_t k = 0; k < 10; k++) {
+      status.push_back(usb_get_hrpt_frame(frame.data(), rec.get()));
+      if (status.back() == 1) {
+        EXPECT_EQ(frame, frame_of(*emu, k)) << r.what << " frame " << k;
+      }
+    }
+    EXPECT_EQ(status, (std::vector<int>{1, 1, 1, 1, 2, 2, 2, 1, 1, 1})) << r.what;
+  }
+}
+
 // ---- Faults ----
 
 TEST_F(BoardTest, StalledStreamEndsWhenRecordingStops) {
