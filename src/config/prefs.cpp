@@ -351,6 +351,10 @@ PREFITEMS* Load_Defaults(PREFS* p) {
     Create_XPref(L, kClrs[i].key, &p->clr[i], kClrs[i].rgb, 6);
   Create_BPref(L, "Sunshadow", &p->sunshadow, 0);
   Create_FPref(L, "Shadow_fact", &p->shadow_fact, 0.5f);
+  // Keys beyond the classic set, kept after it so old files stay in order.
+  // USB access to the decoder board: auto (FTDI's D2XX library when installed,
+  // else libftdi1), d2xx, libftdi, emulator.
+  Create_SPref(L, "usb_backend", p->usb_backend, sizeof p->usb_backend, "auto");
   Create_TPref(L, "Sat_list");
   for (int i = 0; i < PREFS_NSATS; i++)
     Create_SPref(L, "Satellite", p->sats[i].name, sizeof p->sats[i].name, kSats[i].name,

@@ -133,4 +133,6 @@ inline const char* const kPrefKeys[] = {
     "Clr.number",
     "Sunshadow",
     "Shadow_fact",
+    // Keys added after the classic set.
+    "usb_backend",
 };
