@@ -70,6 +70,13 @@ struct HRIINFO {
   long pic_start;
 };
 
+// How the words of a picture file are stored, beside its FILE_TYPE.
+enum PIC_CONTAINER {
+  CONT_NATIVE = 0,   // the layout of the file type
+  CONT_RAW16BE = 1,  // raw16: one 10-bit word per big-endian 16-bit word
+  CONT_RAW16LE = 2   // raw16, little-endian
+};
+
 struct GIFDECODER;  // decoder state while reading GIF files
 
 struct PICINFO {
@@ -109,6 +116,10 @@ struct PICINFO {
 
   // Lines by number: kept beside the list (see pic_set_lines, pic_line).
   std::vector<XLINE*> line_index;
+
+  // Container of the samples in the file when the file type alone does not say
+  // it: headerless HRPT frames in 16-bit words open as FT_HPT pictures.
+  PIC_CONTAINER container;
 };
 
 // Appends a zero-filled line with nrchan channels of width samples at the end

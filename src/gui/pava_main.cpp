@@ -17,13 +17,9 @@ namespace {
 
 int sched_recordnow(gpointer) { return FALSE; }
 
+// The messages live with the file opener, shared with pava-cli.
 void report_open_error(const char* name, int code) {
-  if (code == 'o')
-    std::fprintf(stderr, "ERROR: Can't open %s\n", name);
-  else if (code == 't')
-    std::fprintf(stderr, "ERROR: %s is unknown file type.\n", name);
-  else
-    std::fprintf(stderr, "ERROR: Problem with reading %s (code %c = %d).\n", name, code, code);
+  std::fputs(open_error_cmdline(code, name).c_str(), stderr);
 }
 
 }  // namespace
