@@ -1,0 +1,443 @@
+// Element files and the satellite database: the reader's column rules, names,
+// implied decimals, wildcards, selection, the lists, frequencies and picture
+// defaults, and "now" with offsets.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+
+#include "orbit/passes.h"
+#include "orbit/satdb.h"
+#include "orbit_testutil.h"
+#include "support/testutil.h"
+
+namespace {
+
+const char* kL1 = "1 33591U 09005A   20300.85690046  .00000008  00000-0  29872-4 0  9998";
+const char* kL2 = "2 33591  99.1965 309.6298 0014858  69.1900 291.0860 14.12436128603681";
+
+// Reads the one element set of text.
+bool read_text(const std::string& text, char* name, KEPLER* k) {
+  FILE* fp = fmemopen(const_cast<char*>(text.data()), text.size(), "r");
+  const int r = read_norad_next_keps(fp, name, k);
+  std::fclose(fp);
+  return r == 1;
+}
+
+std::string with_field(std::string line, int col, const std::string& field) {
+  line.replace(col, field.size(), field);
+  return line;
+}
+
+SAT* read_sel(const std::string& text, const char* selection) {
+  FILE* fp = fmemopen(const_cast<char*>(text.data()), text.size(), "r");
+  SAT* list = read_msat(fp, selection, nullptr);
+  std::fclose(fp);
+  return list;
+}
+
+int count(const SAT* s) {
+  int n = 0;
+  for (; s; s = s->next) n++;
+  return n;
+}
+
+void free_list(SAT* s) {
+  while (s) s = Remove_Sat(s);
+}
+
+TEST(ElementReader, NameCutAtParenthesisAndTrailingBlanks) {
+  char name[TLE_LINEBUF];
+  KEPLER k;
+  ASSERT_TRUE(read_text(std::string("NOAA 19 (remark)   \n") + kL1 + "\n" + kL2 + "\n", name, &k));
+  EXPECT_STREQ(name, "NOAA 19");
+  EXPECT_STREQ(k.name, "NOAA 19");
+  // CRLF line ends and tabs go as well.
+  ASSERT_TRUE(read_text(std::string("METOP-B \t\r\n") + kL1 + "\r\n" + kL2 + "\r\n", name, &k));
+  EXPECT_STREQ(name, "METOP-B");
+  // A name of blanks keeps one character.
+  ASSERT_TRUE(read_text(std::string("   \n") + kL1 + "\n" + kL2 + "\n", name, &k));
+  EXPECT_STREQ(name, " ");
+}
+
+TEST(ElementReader, FieldsByColumn) {
+  char name[TLE_LINEBUF];
+  KEPLER k;
+  ASSERT_TRUE(read_text(std::string("NOAA 19\n") + kL1 + "\n" + kL2 + "\n", name, &k));
+  EXPECT_EQ(k.epoch_year, 120);
+  EXPECT_DOUBLE_EQ(k.epoch_day, 300.85690046);
+  EXPECT_FLOAT_EQ(k.decay_rate, 0.00000008f);
+  EXPECT_FLOAT_EQ(k.bstar, 0.29872e-4f);
+  EXPECT_FLOAT_EQ(k.d_inclination, 99.1965f);
+  EXPECT_FLOAT_EQ(k.inclination, 99.1965f * 3.14159265f / 180.0f);
+  EXPECT_FLOAT_EQ(k.d_raan, 309.6298f);
+  EXPECT_FLOAT_EQ(k.eccentricity, 0.0014858f);
+  EXPECT_FLOAT_EQ(k.d_perigee, 69.19f);
+  EXPECT_FLOAT_EQ(k.d_anomaly, 291.086f);
+  EXPECT_FLOAT_EQ(k.motion, 14.12436128f);
+  EXPECT_EQ(k.epoch_rev, 60368);
+  EXPECT_EQ(k.ephemeris_type, '0');
+  EXPECT_EQ(k.tle.norad_number, 33591);
+  EXPECT_STREQ(k.tle.intl_desig, "09005A  ");
+}
+
+TEST(ElementReader, EpochYearRule) {
+  struct Row {
+    const char* year;
+    int expect;
+    const char* why;
+  } rows[] = {
+      {"69", 169, "below 70: 2069"},
+      {"70", 70, "70 and above: 1970"},
+      {"00", 100, "2000"},
+      {"99", 99, "1999"},
+  };
+  for (const Row& r : rows) {
+    char name[TLE_LINEBUF];
+    KEPLER k;
+    ASSERT_TRUE(read_text(std::string("X\n") + with_field(kL1, 18, r.year) + "\n" + kL2 + "\n",
+                          name, &k));
+    EXPECT_EQ(k.epoch_year, r.expect) << r.why;
+  }
+}
+
+TEST(ElementReader, ImpliedDecimalBstar) {
+  struct Row {
+    const char* field;  // columns 53-60 of line 1
+    double expect;
+    const char* why;
+  } rows[] = {
+      // 0.11606e-4 in the element lines' notation: mantissa 1e-5 * 11606,
+      // exponent digit 4 with '-' divides by 10 four times.
+      {" 11606-4", 1.1606e-5, "positive, negative exponent"},
+      {"-11606-4", -1.1606e-5, "leading minus"},
+      {" 00000+0", 0.0, "zero"},
+      {"        ", 0.0, "blank field"},
+      {" 12345+1", 1.2345, "positive exponent multiplies"},
+      {" 50000-0", 0.5, "exponent 0 leaves the mantissa"},
+  };
+  for (const Row& r : rows) {
+    char name[TLE_LINEBUF];
+    KEPLER k;
+    ASSERT_TRUE(read_text(std::string("X\n") + with_field(kL1, 53, r.field) + "\n" + kL2 + "\n",
+                          name, &k));
+    EXPECT_NEAR(k.bstar, r.expect, std::fabs(r.expect) * 1e-6 + 1e-12) << r.why;
+    EXPECT_NEAR(k.tle.bstar, r.expect, std::fabs(r.expect) * 1e-12 + 1e-15) << r.why;
+  }
+}
+
+TEST(ElementReader, EpochKeptInDoublePrecision) {
+  // Late in the year a float day has a resolution of about 2 s; the text's
+  // fraction (1e-8 day) must survive into the model's epoch.
+  char name[TLE_LINEBUF];
+  KEPLER k;
+  ASSERT_TRUE(read_text(std::string("X\n") + with_field(kL1, 18, "20365.12345678") + "\n" + kL2 +
+                            "\n",
+                        name, &k));
+  EXPECT_DOUBLE_EQ(k.epoch_day, 365.12345678);
+  ORBIT o{};
+  calc_orbitconst_v2(&k, &o);
+  // 2020-01-01 0h is JD 2458849.5, day 1.
+  EXPECT_NEAR(k.tle.epoch, 2458849.5 + 364.12345678, 1e-9);
+  EXPECT_NE(static_cast<double>(static_cast<float>(365.12345678)), 365.12345678);
+  EXPECT_EQ(o.ref_tm.tm_mon, 11);
+  EXPECT_EQ(o.ref_tm.tm_mday, 30);  // 2020 is a leap year: day 365 is 30 December
+  EXPECT_EQ(o.ref_tm.tm_hour, 2);
+  EXPECT_EQ(o.ref_tm.tm_min, 57);
+  EXPECT_EQ(o.ref_tm.tm_sec, 46);
+  EXPECT_EQ(o.ref_ms, 0);
+}
+
+TEST(ElementReader, EditedFieldsWinOverTheText) {
+  char name[TLE_LINEBUF];
+  KEPLER k;
+  ASSERT_TRUE(read_text(std::string("X\n") + kL1 + "\n" + kL2 + "\n", name, &k));
+  ORBIT o{};
+  calc_orbitconst_v2(&k, &o);
+  const double precise_xno = k.tle.xno;
+  EXPECT_NEAR(precise_xno, 2 * M_PI * 14.12436128 / 1440.0, 1e-15);
+  // The orbit editor changes the inclination: the model follows the fields.
+  k.inclination += 0.01f;
+  calc_orbitconst_v2(&k, &o);
+  EXPECT_FLOAT_EQ(static_cast<float>(k.tle.xincl), k.inclination);
+}
+
+TEST(ElementReader, LongLinesAreSkippedWithoutDisturbingTheBuffers) {
+  char name[TLE_LINEBUF];
+  KEPLER k;
+  // A 98-character line plus its line feed fills the 99 characters read at a
+  // time: it is ignored, and the name line before it stays the name.
+  const std::string longline(98, 'x');
+  ASSERT_TRUE(read_text(std::string("NAME\n") + kL1 + "\n" + longline + "\n" + kL2 + "\n", name,
+                        &k));
+  EXPECT_STREQ(name, "NAME");
+  EXPECT_FLOAT_EQ(k.motion, 14.12436128f);
+  // 97 characters plus the line feed is an ordinary line and breaks the pair.
+  EXPECT_FALSE(read_text(std::string("NAME\n") + kL1 + "\n" + std::string(97, 'x') + "\n" + kL2 +
+                             "\n",
+                         name, &k));
+}
+
+TEST(ElementReader, RealSnapshots) {
+  struct Row {
+    const char* file;
+    int sets;
+    const char* a_name;
+    const char* why;
+  } rows[] = {
+      {"testdata/tle/weather_2012-12-08.txt", 35, "FENGYUN 1D", "LF"},
+      {"testdata/tle/weather_2017-05-07.txt", 47, "METEOR-M 2", "CRLF line ends"},
+      {"testdata/tle/weather_2026-02-24.tle", 70, "NOAA 20", "names with a suffix in ()"},
+  };
+  for (const Row& r : rows) {
+    FILE* fp = std::fopen(testutil::shared_path(r.file).c_str(), "r");
+    ASSERT_NE(fp, nullptr) << r.file;
+    SAT* list = read_msat(fp, "*", nullptr);
+    std::fclose(fp);
+    EXPECT_EQ(count(list), r.sets) << r.why;
+    SAT* s = Find_Sat(list, r.a_name);
+    ASSERT_NE(s, nullptr) << r.why;
+    EXPECT_TRUE(s->kepler.sgp4_ready) << r.why;
+    EXPECT_GT(s->orbit.loop_time, 5000.0f) << r.why;
+    free_list(list);
+  }
+}
+
+TEST(Wildcard, StrcmpwildResults) {
+  struct Row {
+    const char* text;
+    const char* pattern;
+    int expect;
+    const char* why;
+  } rows[] = {
+      {"NOAA 19", "NOAA*", 0, "trailing star"},
+      {"NOAA 19", "NOAA ?9", 0, "question mark"},
+      {"NOAA 19", "NOAA", 2, "text longer than pattern"},
+      {"NOAA", "NOAA 19", 3, "pattern longer than text"},
+      {"NOAA 19", "NOAA 18", 1, "mismatch"},
+      {"NOAA 19", "noaa 19", 1, "case sensitive"},
+      {"METOP-B", "METOP-?", 0, "one wildcard at the end"},
+      {"METOP-B", "*B", 0, "leading star"},
+      {"METOP-B", "M*P*B", 0, "two stars"},
+      {"METOP-B", "*C", 3, "star without a match"},
+      {"NOAA", "NOAA**", 0, "trailing stars skipped"},
+      {"", "*", 0, "empty text, star"},
+      {"", "", 0, "both empty"},
+      {"AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA", "*A*A*A*A*A*A*A*A*A*A*A*A*A*A*A*A*A*A*B", 3,
+       "many stars fail fast"},
+  };
+  for (const Row& r : rows) EXPECT_EQ(strcmpwild(r.text, r.pattern), r.expect) << r.why;
+}
+
+TEST(Selection, PiecesAndDuplicates) {
+  const std::string file = testutil::source_path("data/weather.txt");
+  FILE* fp = std::fopen(file.c_str(), "r");
+  ASSERT_NE(fp, nullptr);
+  // A satellite matched by two pieces is listed twice.
+  SAT* list = read_msat(fp, "NOAA 19;NOAA ?9", nullptr);
+  EXPECT_EQ(count(list), 2);
+  EXPECT_STREQ(list->satname, "NOAA 19");
+  EXPECT_STREQ(list->next->satname, "NOAA 19");
+  free_list(list);
+  // The file is rewound on every call; the list given is extended.
+  list = read_msat(fp, "METOP-?", nullptr);
+  EXPECT_EQ(count(list), 3);
+  list = read_msat(fp, "NOAA 2*", list);
+  EXPECT_EQ(count(list), 5);
+  EXPECT_STREQ(list->next->next->next->satname, "NOAA 20");
+  free_list(list);
+  // Nothing matches: the list stays as it was.
+  EXPECT_EQ(read_msat(fp, "GOES*", nullptr), nullptr);
+  std::fclose(fp);
+  EXPECT_EQ(read_msat(nullptr, "*", nullptr), nullptr);
+}
+
+TEST(Selection, PrepareTrackFromTableOrString) {
+  const std::string file = testutil::source_path("data/weather.txt");
+  SATSEL table[PREFS_NSATS] = {};
+  const char* names[] = {"NOAA 15", "NOAA 18", "NOAA 19", "METOP-C"};
+  for (int i = 0; i < 4; i++) {
+    std::strcpy(table[i].name, names[i]);
+    table[i].on = i != 1;  // NOAA 18 off
+  }
+  SAT* list = prepare_track(nullptr, file.c_str(), nullptr, table);
+  ASSERT_EQ(count(list), 3);
+  EXPECT_STREQ(list->satname, "NOAA 15");
+  EXPECT_STREQ(list->next->satname, "NOAA 19");
+  EXPECT_STREQ(list->next->next->satname, "METOP-C");
+  // A selection string replaces the table; the old list is removed.
+  list = prepare_track(list, file.c_str(), "FENGYUN*", table);
+  EXPECT_EQ(count(list), 4);
+  // An unreadable file gives no list.
+  list = prepare_track(list, "/nonexistent/weather.txt", nullptr, table);
+  EXPECT_EQ(list, nullptr);
+}
+
+TEST(Database, FilesAndCopies) {
+  FNORAD* files = nullptr;
+  EXPECT_EQ(add_noradfile(&files, "/nonexistent"), nullptr);
+  EXPECT_EQ(add_noradfile(&files, testutil::shared_path("testdata").c_str()), nullptr)
+      << "a directory is not an element file";
+  FNORAD* f = add_noradfile(&files, testutil::source_path("data/weather.txt").c_str());
+  ASSERT_NE(f, nullptr);
+  EXPECT_EQ(files, f);
+  FNORAD* g = add_noradfile(&files, testutil::shared_path("testdata/tle/weather_2017-05-07.txt").c_str());
+  ASSERT_NE(g, nullptr);
+  EXPECT_EQ(files->next, g);
+  EXPECT_EQ(count(f->sat), 15);
+  // Get_Sat finds the first of any file.
+  SAT* m = Get_Sat(files, "METEOR-M 2");
+  ASSERT_NE(m, nullptr);
+  EXPECT_EQ(m->db, f);
+  EXPECT_EQ(m->orbit.width_original, 1570);
+  EXPECT_EQ(Get_Sat(files, "METEOR-M"), nullptr) << "exact names only";
+  // Copied by name: the METEOR width is 1540.
+  SAT* sel = add_sat_to_selected(files, "METEOR-M 2", nullptr);
+  ASSERT_NE(sel, nullptr);
+  EXPECT_EQ(sel->orbit.width_original, 1540);
+  EXPECT_EQ(sel->track, nullptr);
+  sel = add_sat_to_selected(files, "NOAA 19", sel);
+  EXPECT_EQ(count(sel), 2);
+  EXPECT_EQ(add_sat_to_selected(files, "NOT THERE", sel), sel);
+  EXPECT_EQ(Find_Sat(sel, "NOAA 19"), sel->next);
+  EXPECT_EQ(Find_Sat(sel, "NOAA 1"), nullptr);
+  free_list(sel);
+  EXPECT_EQ(Remove_Norad(files), nullptr);
+}
+
+TEST(Database, ListRemovalReturnsTheHead) {
+  SAT* list = nullptr;
+  SAT* a = Create_Sat(&list);
+  SAT* b = Create_Sat(&list);
+  SAT* c = Create_Sat(&list);
+  EXPECT_EQ(list, a);
+  EXPECT_EQ(c->prev, b);
+  TRACK* t = Create_Track(&b->track);
+  Create_Track(&b->track);
+  EXPECT_EQ(t->next->prev, t);
+  EXPECT_EQ(Remove_Sat(b), a) << "removing a middle element keeps the head";
+  EXPECT_EQ(a->next, c);
+  EXPECT_EQ(c->prev, a);
+  EXPECT_EQ(Remove_Sat(a), c) << "removing the head gives the next";
+  EXPECT_EQ(c->prev, nullptr);
+  EXPECT_EQ(Remove_Sat(c), nullptr);
+}
+
+TEST(Database, PrintedLists) {
+  SAT* list = nullptr;
+  std::strcpy(Create_Sat(&list)->satname, "NOAA 19");
+  testing::internal::CaptureStdout();
+  pri_sats(list);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "----------------------start sats----------------------\n  NOAA 19\n"
+            "----------------------end sats----------------------\n");
+  FNORAD* files = nullptr;
+  FNORAD* f = Create_Norad(&files);
+  f->fn = strdup("w.txt");
+  f->sat = list;
+  testing::internal::CaptureStdout();
+  FNORAD_pri(files);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "File w.txt\n  NOAA 19\n");
+  Remove_Norad(files);
+}
+
+TEST(Frequencies, LaterRowsOverride) {
+  struct Row {
+    const char* name;
+    float hfreq, lfreq;
+    char modtype;
+    const char* why;
+  } rows[] = {
+      {"NOAA 15", 1702.5f, 137.62f, 'P', "NOAA 15"},
+      {"NOAA 18", 1707.0f, 137.9125f, 'P', "NOAA 18"},
+      {"NOAA 19", 1698.0f, 137.1f, 'P', "NOAA 19"},
+      {"NOAA 20", 7812.0f, 0.0f, 'Q', "NOAA 20: QPSK"},
+      {"NOAA 16", 0.0f, 0.0f, 'P', "NOAA 16: no downlink left"},
+      {"NOAA 1520", 7812.0f, 0.0f, 'Q', "the later NOAA row wins"},
+      {"METEOR-M 2", 1700.0f, 0.0f, 'P', "Meteor"},
+      {"METOP-C", 1701.3f, 0.0f, 'Q', "Metop"},
+      {"FENGYUN 3A", 1704.5f, 0.0f, 'Q', "FY-3A"},
+      {"FENGYUN 3C", 1701.3f, 0.0f, 'Q', "FY-3C"},
+      {"AQUA", 0.0f, 0.0f, 0, "not in the table"},
+      {"SAT 15", 0.0f, 0.0f, 0, "number rows need NOAA"},
+  };
+  for (const Row& r : rows) {
+    SAT s{};
+    std::strcpy(s.satname, r.name);
+    get_satfreq(&s);
+    EXPECT_FLOAT_EQ(s.hfreq, r.hfreq) << r.why;
+    EXPECT_FLOAT_EQ(s.lfreq, r.lfreq) << r.why;
+    EXPECT_EQ(s.modtype, r.modtype) << r.why;
+  }
+}
+
+TEST(PictureDefaults, ByNameFirstRowWins) {
+  struct Row {
+    const char* name;
+    float angle;
+    int width;
+    float hfreq;
+    const char* why;
+  } rows[] = {
+      {"NOAA 19", 0.9669124f, 2048, 1698.0f, "NOAA"},
+      {"METOP-B", 0.9669124f, 2048, 1701.3f, "Metop"},
+      {"METEOR-M 2", 0.9669124f, 1570, 1700.0f, "Meteor read from a file"},
+      {"FENGYUN 3B", 0.9669124f, 2048, 1704.5f, "FY"},
+      {"SEASTAR??", 1.017527f, 2048, 0.0f, "the literal question marks"},
+      {"SEASTAR", 0.0f, 0, 0.0f, "no literal question marks: other"},
+      {"AQUA", 0.0f, 0, 0.0f, "other: width unchanged"},
+  };
+  for (const Row& r : rows) {
+    const std::string text = std::string(r.name) + "\n" + kL1 + "\n" + kL2 + "\n";
+    SAT* s = read_sel(text, "*");
+    ASSERT_NE(s, nullptr) << r.why;
+    EXPECT_FLOAT_EQ(s->orbit.max_sens_angle, r.angle) << r.why;
+    EXPECT_EQ(s->orbit.width_original, r.width) << r.why;
+    EXPECT_FLOAT_EQ(s->hfreq, r.hfreq) << r.why;
+    free_list(s);
+  }
+}
+
+TEST(Kepler, DegreesToRadians) {
+  KEPLER k{};
+  k.inclination = 180.0f;
+  k.raan = 90.0f;
+  k.perigee = 360.0f;
+  k.anomaly = -45.0f;
+  kepler_d2r(&k);
+  EXPECT_FLOAT_EQ(k.inclination, 3.14159265f);
+  EXPECT_FLOAT_EQ(k.raan, 3.14159265f / 2);
+  EXPECT_FLOAT_EQ(k.perigee, 2 * 3.14159265f);
+  EXPECT_FLOAT_EQ(k.anomaly, -3.14159265f / 4);
+}
+
+time_t g_clock_value = 0;
+time_t test_clock() { return g_clock_value; }
+
+TEST(Now, OffsetsAndTheirAsymmetries) {
+  orbit_set_clock(test_clock);
+  g_clock_value = 1603756800;  // 2020-10-27 00:00:00
+  struct tm t;
+  // Without an offset record hours_ahead is ignored.
+  mom_tm(&t, 5.0f, nullptr);
+  EXPECT_EQ(pava::mktime_utc(&t), 1603756800);
+  // tz_offset 1.5 h: 1 h plus 30 min; then 2 h ahead and 10.5 s (10 used).
+  TM_OFFSET off{1.5f, 10.5f, 0, 0.2f};
+  mom_tm(&t, 2.0f, &off);
+  EXPECT_EQ(pava::mktime_utc(&t), 1603756800 + 3600 + 1800 + 7200 + 10);
+  // Milliseconds: a new second gives 1000 * 0.5, the same second again adds
+  // 100 * 2 (the first decimal of reptime 0.2).
+  tm_s ts;
+  mom_tmms(&ts, 0.0f, &off);
+  EXPECT_EQ(ts.ms, 500);
+  mom_tmms(&ts, 0.0f, &off);
+  EXPECT_EQ(ts.ms, 700);
+  g_clock_value++;
+  mom_tmms(&ts, 0.0f, &off);
+  EXPECT_EQ(ts.ms, 500);
+  mom_tmms(&ts, 0.0f, nullptr);
+  EXPECT_EQ(ts.ms, 0);
+  orbit_set_clock(nullptr);
+}
+
+}  // namespace

@@ -1,0 +1,243 @@
+// Pass prediction: horizon searches, one pass, the merged list of all
+// satellites' next passes.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+
+#include "config/prefs.h"
+#include "orbit/passes.h"
+#include "orbit/satdb.h"
+#include "orbit/satpos.h"
+#include "orbit_testutil.h"
+#include "support/testutil.h"
+
+namespace {
+
+constexpr double kDeg = M_PI / 180.0;
+
+SAT* load(const std::string& file, const char* sel) {
+  FILE* fp = std::fopen(file.c_str(), "r");
+  SAT* s = read_msat(fp, sel, nullptr);
+  std::fclose(fp);
+  return s;
+}
+
+SAT* weather(const char* sel) { return load(testutil::source_path("data/weather.txt"), sel); }
+
+EPOINT observer(double lat, double lon, double alt_m = 0) {
+  EPOINT o{};
+  o.lat = static_cast<float>(lat * kDeg);
+  o.lon = static_cast<float>(lon * kDeg);
+  o.alt = static_cast<float>(alt_m / 1000.0);
+  return o;
+}
+
+time_t secs(struct tm t) { return pava::mktime_utc(&t); }
+
+// The NOAA 19 pass over 52N 5E rising 2020-10-27 05:32:55 and setting 05:47:54,
+// and the low one before it (03:54:15, highest 3.12 degrees).
+const EPOINT kObs = observer(52, 5, 10);
+
+TEST(Predict, WholePassFieldsAreConsistent) {
+  SAT* s = weather("NOAA 19");
+  const struct tm start = orbit_test::utc(2020, 10, 27, 4, 10);
+  TRACK tr{};
+  struct tm stop;
+  ASSERT_TRUE(predict(s, &start, &stop, &tr, &kObs, nullptr, 0.0f, 0.0f, true));
+  EXPECT_EQ(secs(tr.up_time), secs(orbit_test::utc(2020, 10, 27, 5, 32, 55)));
+  EXPECT_EQ(secs(tr.down_time), secs(orbit_test::utc(2020, 10, 27, 5, 47, 54)));
+  EXPECT_EQ(secs(stop), secs(tr.down_time));
+  EXPECT_LT(secs(tr.up_time), secs(tr.maxelev_time));
+  EXPECT_LT(secs(tr.maxelev_time), secs(tr.down_time));
+  // The reported maximum is the first sample lower than its predecessor.
+  DIRECTION before{}, at{};
+  tm_s t{tr.maxelev_time, 0};
+  calc_satrelpos(nullptr, &at, &kObs, s, &t);
+  t.tm.tm_sec -= 1;
+  pava::mktime_utc(&t.tm);
+  calc_satrelpos(nullptr, &before, &kObs, s, &t);
+  EXPECT_FLOAT_EQ(tr.max_elev, at.elev);
+  EXPECT_LT(at.elev, before.elev);
+  // A northern observer sees descending passes as going south.
+  EXPECT_EQ(tr.going_south, tr.maxelev_pos.lat < tr.up_pos.lat);
+  EXPECT_EQ(tr.pass_e1_w0, kObs.lon < tr.maxelev_pos.lon);
+  // What the satellite remembers.
+  EXPECT_EQ(s->max_elev, tr.max_elev);
+  EXPECT_EQ(secs(s->up_time), secs(tr.up_time));
+  EXPECT_EQ(secs(s->maxelev_time), secs(tr.maxelev_time));
+  Remove_Sat(s);
+}
+
+TEST(Predict, StartedInsideAPassFindsItsRealRise) {
+  SAT* s = weather("NOAA 19");
+  const struct tm start = orbit_test::utc(2020, 10, 27, 5, 40);
+  TRACK tr{};
+  struct tm stop;
+  ASSERT_TRUE(predict(s, &start, &stop, &tr, &kObs, nullptr, 0.0f, 0.0f, false));
+  EXPECT_EQ(secs(tr.up_time), secs(orbit_test::utc(2020, 10, 27, 5, 32, 55)));
+  EXPECT_LT(secs(tr.up_time), secs(start));
+  // Forward from the same moment the next pass comes.
+  ASSERT_TRUE(predict(s, &start, &stop, &tr, &kObs, nullptr, 0.0f, 0.0f, true));
+  EXPECT_GT(secs(tr.up_time), secs(start));
+  Remove_Sat(s);
+}
+
+TEST(Predict, PassJustBelowTheDetectionElevationIsSkipped) {
+  SAT* s = weather("NOAA 19");
+  const struct tm start = orbit_test::utc(2020, 10, 27, 3, 30);
+  TRACK low{};
+  struct tm stop;
+  ASSERT_TRUE(predict(s, &start, &stop, &low, &kObs, nullptr, 0.0f, 0.0f, false));
+  EXPECT_EQ(secs(low.up_time), secs(orbit_test::utc(2020, 10, 27, 3, 54, 15)));
+  // Exactly the pass's maximum still accepts it...
+  TRACK tr{};
+  ASSERT_TRUE(predict(s, &start, &stop, &tr, &kObs, nullptr, 0.0f, low.max_elev, false));
+  EXPECT_EQ(secs(tr.up_time), secs(low.up_time));
+  // ...a little more skips it and returns the next one.
+  ASSERT_TRUE(predict(s, &start, &stop, &tr, &kObs, nullptr, 0.0f, low.max_elev + 1e-5f, false));
+  EXPECT_EQ(secs(tr.up_time), secs(orbit_test::utc(2020, 10, 27, 5, 32, 55)));
+  // The highest elevation of the first pass examined is kept.
+  EXPECT_FLOAT_EQ(s->maxelev_firstpass, low.max_elev);
+  Remove_Sat(s);
+}
+
+TEST(Predict, OnlyTheRiseWithoutStopTime) {
+  SAT* s = weather("NOAA 19");
+  const struct tm start = orbit_test::utc(2020, 10, 27, 4, 10);
+  TRACK tr{};
+  ASSERT_TRUE(predict(s, &start, nullptr, &tr, &kObs, nullptr, 0.0f, 0.0f, true));
+  EXPECT_EQ(secs(tr.up_time), secs(orbit_test::utc(2020, 10, 27, 5, 32, 55)));
+  EXPECT_EQ(tr.max_elev, 0.0f);
+  Remove_Sat(s);
+}
+
+TEST(Predict, GeostationaryObjectNeverSets) {
+  SAT* s = load(testutil::shared_path("testdata/tle/weather_2026-02-24.tle"), "METEOSAT-9");
+  ASSERT_NE(s, nullptr);
+  const EPOINT under = observer(0, 46);
+  struct tm t = orbit_test::utc(2026, 2, 24, 12);
+  EPOINT pos{};
+  // search_down gives up after one day of stepping...
+  EXPECT_EQ(search_horizon(s, 30, search_down, &t, &pos, nullptr, nullptr, &under, 0.0f), 0);
+  EXPECT_GE(secs(t) - secs(orbit_test::utc(2026, 2, 24, 12)), 86399);
+  // ...and so predict finds no pass.
+  const struct tm start = orbit_test::utc(2026, 2, 24, 12);
+  TRACK tr{};
+  struct tm stop;
+  EXPECT_FALSE(predict(s, &start, &stop, &tr, &under, nullptr, 0.0f, 0.0f, false));
+  // Seen from the other side of the earth it never rises.
+  const EPOINT away = observer(0, -134);
+  EXPECT_FALSE(predict(s, &start, &stop, &tr, &away, nullptr, 0.0f, 0.0f, false));
+  Remove_Sat(s);
+}
+
+TEST(Predict, HundredPassLimit) {
+  SAT* s = weather("NOAA 19");
+  const struct tm start = orbit_test::utc(2020, 10, 27, 4, 10);
+  TRACK tr{};
+  struct tm stop;
+  EXPECT_FALSE(predict(s, &start, &stop, &tr, &kObs, nullptr, 0.0f, static_cast<float>(91 * kDeg),
+                       false));
+  Remove_Sat(s);
+}
+
+TEST(Predict, MoonAcceptsAnyPass) {
+  SAT* s = weather("NOAA 19");
+  s->type = moon;
+  const struct tm start = orbit_test::utc(2020, 10, 27);
+  TRACK tr{};
+  struct tm stop;
+  ASSERT_TRUE(predict(s, &start, &stop, &tr, &kObs, nullptr, 0.0f, static_cast<float>(89 * kDeg),
+                      true));
+  EXPECT_LT(tr.max_elev, 89 * kDeg);
+  EXPECT_GT(tr.max_elev, 0.0f);
+  // The moon stays up for hours.
+  EXPECT_GT(secs(tr.down_time) - secs(tr.up_time), 6 * 3600);
+  Remove_Sat(s);
+}
+
+TEST(SearchHorizon, ModesAndLimits) {
+  SAT* s = weather("NOAA 19");
+  struct tm t = orbit_test::utc(2020, 10, 27, 5, 32, 50);
+  EPOINT pos{};
+  float elev = -5;
+  // Up: the first second at or above the horizon.
+  ASSERT_EQ(search_horizon(s, 1, search_up, &t, &pos, nullptr, &elev, &kObs, 0.0f), 1);
+  EXPECT_EQ(secs(t), secs(orbit_test::utc(2020, 10, 27, 5, 32, 55)));
+  EXPECT_GE(elev, 0.0f);
+  // Backwards down: the last second before the rise.
+  ASSERT_EQ(search_horizon(s, -1, search_down, &t, &pos, nullptr, &elev, &kObs, 0.0f), 1);
+  EXPECT_EQ(secs(t), secs(orbit_test::utc(2020, 10, 27, 5, 32, 54)));
+  EXPECT_LT(elev, 0.0f);
+  // Without mom_elev the maximum search only stops below the horizon.
+  t = orbit_test::utc(2020, 10, 27, 5, 33);
+  ASSERT_EQ(search_horizon(s, 1, search_maxelev, &t, &pos, nullptr, nullptr, &kObs, 0.0f), 1);
+  EXPECT_EQ(secs(t), secs(orbit_test::utc(2020, 10, 27, 5, 47, 54)));
+  // mode_unk steps until the one-day limit; a zero step ends as well.
+  t = orbit_test::utc(2020, 10, 27);
+  EXPECT_EQ(search_horizon(s, 600, mode_unk, &t, &pos, nullptr, nullptr, &kObs, 0.0f), 0);
+  t = orbit_test::utc(2020, 10, 27);
+  EXPECT_EQ(search_horizon(s, 0, mode_unk, &t, &pos, nullptr, nullptr, &kObs, 0.0f), 0);
+  Remove_Sat(s);
+}
+
+time_t g_now = 0;
+time_t fixed_now() { return g_now; }
+
+TEST(FirstPasses, MergedInTimeOrder) {
+  SAT* list = weather("*");
+  ASSERT_EQ([&] {
+    int n = 0;
+    for (SAT* s = list; s; s = s->next) n++;
+    return n;
+  }(), 15);
+  prefs.refpos = kObs;
+  prefs.elev_horiz = 0.0f;
+  prefs.tm_off = TM_OFFSET{};
+  g_now = secs(orbit_test::utc(2020, 10, 27));
+  orbit_set_clock(fixed_now);
+  TRACK* merged = first_passes(list, 10, 0, 10);
+  orbit_set_clock(nullptr);
+  int n = 0;
+  time_t last = 0;
+  for (TRACK* t = merged; t; t = t->next, n++) {
+    ASSERT_NE(t->sat, nullptr);
+    EXPECT_GE(secs(t->up_time), last);
+    last = secs(t->up_time);
+    EXPECT_GE(t->max_elev, 10 * 3.14159265f / 180.0f);
+    EXPECT_EQ(t->done, 0);
+    // The copy's source in the satellite's own list is marked taken.
+    bool found = false;
+    for (TRACK* o = t->sat->track; o; o = o->next)
+      if (secs(o->up_time) == secs(t->up_time)) found = o->done == 1;
+    EXPECT_TRUE(found);
+  }
+  EXPECT_EQ(n, 10);
+  // Every satellite has its own next 10 passes, each rising after the
+  // previous one set.
+  for (SAT* s = list; s; s = s->next) {
+    int k = 0;
+    time_t prev_set = 0;
+    for (TRACK* t = s->track; t; t = t->next, k++) {
+      EXPECT_EQ(t->sat, s);
+      EXPECT_GT(secs(t->up_time), prev_set);
+      prev_set = secs(t->down_time);
+    }
+    EXPECT_EQ(k, 10) << s->satname;
+  }
+  // The first merged pass is the earliest of all satellites' first passes.
+  time_t earliest = secs(merged->up_time);
+  for (SAT* s = list; s; s = s->next) EXPECT_GE(secs(s->track->up_time), earliest);
+  Remove_Tracks(merged);
+  // Shifted by offset_min the list starts later.
+  orbit_set_clock(fixed_now);
+  merged = first_passes(list, 3, 600, 10);
+  orbit_set_clock(nullptr);
+  ASSERT_NE(merged, nullptr);
+  EXPECT_GT(secs(merged->down_time), g_now + 600 * 60);
+  Remove_Tracks(merged);
+  while (list) list = Remove_Sat(list);
+}
+
+}  // namespace

@@ -1,0 +1,116 @@
+// Sun and moon: the almanac steps of the sun, the moon's topocentric step with
+// its latitude-for-longitude substitution, the illumination code.
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "orbit/sgp4.h"
+#include "orbit/sunmoon.h"
+#include "orbit_testutil.h"
+
+namespace {
+
+constexpr double kDeg = M_PI / 180.0;
+
+TEST(Sun, AlmanacStepsAtJ2000) {
+  struct tm t = orbit_test::utc(2000, 1, 1, 12);
+  const float d = astronomersAlmanacTime(&t);
+  EXPECT_EQ(d, 0.0f);
+  EXPECT_FLOAT_EQ(meanLongitudeDegrees(d), 280.46f);
+  EXPECT_FLOAT_EQ(hourOfDay(&t), 12.0f);
+  EXPECT_FLOAT_EQ(greenwichMeanSiderealTimeHours(0.0f, 12.0f), 18.697375f);
+  // A day later: 0.9856474 degree further, one day of fraction.
+  struct tm t1 = orbit_test::utc(2000, 1, 2, 18);
+  EXPECT_FLOAT_EQ(astronomersAlmanacTime(&t1), 1.25f);
+  EXPECT_FLOAT_EQ(meanLongitudeDegrees(1.0f), 281.4456474f);
+  EXPECT_FLOAT_EQ(hourOfDay(&t1), 18.0f);
+}
+
+TEST(Sun, RangesAndHourAngle) {
+  EXPECT_FLOAT_EQ(range(-30.0f), 330.0f);
+  EXPECT_FLOAT_EQ(range(725.0f), 5.0f);
+  EXPECT_DOUBLE_EQ(rangerad(-1.0), 6.28318530717959 - 1.0);
+  EXPECT_NEAR(localMeanSiderealTimeRadians(25.0f, 0.0f), 15.0 * kDeg, 1e-6);
+  EXPECT_NEAR(localMeanSiderealTimeRadians(12.0f, 15.0f), 195.0 * kDeg, 1e-5);
+  EXPECT_NEAR(hourAngleRadians(1.0f, 1.0f), 0.0, 1e-6);
+  EXPECT_NEAR(hourAngleRadians(6.0f, 0.5f), 5.5 - 2 * 3.14159265, 1e-5);
+}
+
+TEST(Sun, SubSolarPointAtSolsticesAndEquinox) {
+  struct Row {
+    int y, mo, d, h, mi;
+    double lon, lat;  // degrees, from python3-ephem
+    const char* why;
+  } rows[] = {
+      {2020, 6, 20, 21, 44, -145.5555, 23.4365, "June solstice: northernmost"},
+      {2020, 12, 21, 10, 2, 29.0654, -23.4371, "December solstice: southernmost"},
+      {2020, 3, 20, 3, 50, 124.3592, 0.0001, "March equinox: on the equator"},
+  };
+  for (const Row& r : rows) {
+    struct tm t = orbit_test::utc(r.y, r.mo, r.d, r.h, r.mi);
+    const EPOINT p = calc_sun(&t);
+    EXPECT_NEAR(p.lat / kDeg, r.lat, 0.02) << r.why;
+    EXPECT_NEAR(std::remainder(p.lon / kDeg - r.lon, 360.0), 0.0, 0.02) << r.why;
+    EXPECT_LE(std::fabs(p.lon), static_cast<float>(M_PI) + 1e-6f) << r.why;
+  }
+}
+
+TEST(Moon, ObserverLongitudeIsNotUsedLatitudeIs) {
+  struct tm t = orbit_test::utc(2021, 3, 4, 5, 6, 7);
+  int a = 0, b = 0;
+  const EPOINT none = calc_moon(&t, &a, nullptr);
+  EPOINT obs{};
+  obs.lon = static_cast<float>(100 * kDeg);  // longitude has no effect
+  const EPOINT eq = calc_moon(&t, &b, &obs);
+  EXPECT_EQ(none.lon, eq.lon);
+  EXPECT_EQ(none.lat, eq.lat);
+  EXPECT_EQ(a, b);
+  // Without an observer: latitude 0 and the Greenwich sidereal angle, i.e.
+  // the topocentric place for the point (0, 0).
+  double ra, dec, dist;
+  moon_geocentric(&t, &ra, &dec, &dist, nullptr);
+  const double th = ThetaG_JD(orbit_julian_date(&t, 0));
+  double x = dist * std::cos(dec) * std::cos(ra) - std::cos(th);
+  double y = dist * std::cos(dec) * std::sin(ra) - std::sin(th);
+  double z = dist * std::sin(dec);
+  EXPECT_NEAR(rangerad(none.lon), rangerad(std::atan2(y, x)), 1e-6);
+  EXPECT_NEAR(none.lat, std::atan2(z, std::hypot(x, y)), 1e-6);
+  // At latitude 30 the sidereal angle is the Greenwich one plus 30 degrees.
+  obs.lat = static_cast<float>(30 * kDeg);
+  const EPOINT north = calc_moon(&t, nullptr, &obs);
+  const double phi = static_cast<double>(obs.lat), lst = th + phi;
+  x = dist * std::cos(dec) * std::cos(ra) - std::cos(phi) * std::cos(lst);
+  y = dist * std::cos(dec) * std::sin(ra) - std::cos(phi) * std::sin(lst);
+  z = dist * std::sin(dec) - std::sin(phi);
+  EXPECT_NEAR(rangerad(north.lon), rangerad(std::atan2(y, x)), 1e-6);
+  EXPECT_NEAR(north.lat, std::atan2(z, std::hypot(x, y)), 1e-6);
+  // Parallax: up to about a degree between geocentric and topocentric.
+  EXPECT_LT(std::fabs(north.lat - dec), 1.1 * kDeg);
+  EXPECT_GT(dist, 55.0);
+  EXPECT_LT(dist, 64.0);
+}
+
+TEST(Moon, IlluminationCodeThroughALunation) {
+  struct Row {
+    int mo, d, h, mi;
+    int lo, hi;
+    const char* why;
+  } rows[] = {
+      {10, 16, 19, 31, 0, 2, "new moon 2020-10-16 (0, or 200 just after)"},
+      {10, 23, 13, 23, 47, 53, "first quarter: half lit, waxing"},
+      {10, 31, 14, 49, 98, 102, "full moon"},
+      {11, 8, 13, 46, 147, 153, "last quarter: half lit, waning"},
+      {11, 14, 12, 0, 190, 200, "old crescent before the new moon of 11-15"},
+  };
+  for (const Row& r : rows) {
+    struct tm t = orbit_test::utc(2020, r.mo, r.d, r.h, r.mi);
+    int ill = -1;
+    calc_moon(&t, &ill, nullptr);
+    if (r.lo == 0)
+      EXPECT_TRUE(ill <= 2 || ill >= 198) << r.why << ": " << ill;
+    else
+      EXPECT_TRUE(ill >= r.lo && ill <= r.hi) << r.why << ": " << ill;
+  }
+}
+
+}  // namespace
