@@ -113,6 +113,7 @@ struct PICINFO {
   KEPLER kepler;
   ORBIT orbit;
   char firmware[8];
+  int derandomise;  // CCSDS units of the file still carry the pseudo-random sequence
 
   // Lines by number: kept beside the list (see pic_set_lines, pic_line).
   std::vector<XLINE*> line_index;

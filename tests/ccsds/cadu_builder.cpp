@@ -1,0 +1,143 @@
+#include "cadu_builder.h"
+
+#include <cstring>
+#include <set>
+
+#include "ccsds/cadu.h"
+#include "fec_oracle.h"
+
+namespace cadu_builder {
+
+namespace {
+
+struct BitWriter {
+  Bytes& out;
+  long bit = 0;
+  void put(uint32_t v, int nbits) {
+    for (int i = nbits - 1; i >= 0; i--, bit++) {
+      if ((bit >> 3) >= long(out.size())) out.push_back(0);
+      if ((v >> i) & 1) out[bit >> 3] |= uint8_t(0x80 >> (bit & 7));
+    }
+  }
+};
+
+}  // namespace
+
+AvhrrScan make_scan(int seed, int day, uint32_t msec, int apid) {
+  AvhrrScan s;
+  s.apid = apid;
+  s.day = day;
+  s.msec = msec;
+  uint32_t x = 2463534242u + uint32_t(seed) * 7919u;
+  auto rnd = [&] {
+    x ^= x << 13, x ^= x >> 17, x ^= x << 5;
+    return uint16_t(x & 1023);
+  };
+  for (auto& r : s.space)
+    for (auto& v : r) v = rnd();
+  for (auto& v : s.ramp) v = rnd();
+  for (auto& v : s.earth) v = rnd();
+  for (auto& v : s.target) v = rnd();
+  for (auto& v : s.patch) v = rnd();
+  for (auto& r : s.backscan)
+    for (auto& v : r) v = rnd();
+  return s;
+}
+
+Bytes avhrr_packet(const AvhrrScan& s, int seqcnt) {
+  Bytes p(20, 0);
+  BitWriter w{p, 160};
+  for (auto& r : s.space)
+    for (auto v : r) w.put(v, 10);
+  for (auto v : s.ramp) w.put(v, 10);
+  for (auto v : s.earth) w.put(v, 10);
+  for (auto v : s.target) w.put(v, 10);
+  for (auto v : s.patch) w.put(v, 10);
+  for (auto& r : s.backscan)
+    for (auto v : r) w.put(v, 10);
+  p[0] = uint8_t(0x08 | ((s.apid >> 8) & 7));
+  p[1] = uint8_t(s.apid);
+  p[2] = uint8_t(0xC0 | ((seqcnt >> 8) & 0x3F));
+  p[3] = uint8_t(seqcnt);
+  int len = int(p.size()) - 7;
+  p[4] = uint8_t(len >> 8), p[5] = uint8_t(len);
+  p[6] = uint8_t(s.day >> 8), p[7] = uint8_t(s.day);
+  for (int i = 0; i < 4; i++) p[8 + i] = uint8_t(s.msec >> (24 - 8 * i));
+  return p;
+}
+
+void FrameWriter::frame(const uint8_t* zone, int fhp) {
+  uint8_t f[1024] = {0x1A, 0xCF, 0xFC, 0x1D};
+  f[4] = uint8_t(0x40 | ((scid >> 2) & 0x3F));
+  f[5] = uint8_t(((scid & 3) << 6) | (vcid & 63));
+  long c = counter & 0xFFFFFF;
+  f[6] = uint8_t(c >> 16), f[7] = uint8_t(c >> 8), f[8] = uint8_t(c);
+  f[9] = 0;
+  f[12] = uint8_t((fhp >> 8) & 7), f[13] = uint8_t(fhp);
+  std::memcpy(f + 14, zone, 882);
+  for (int j = 0; j < 4; j++) {
+    uint8_t cw[255];
+    for (int i = 0; i < 223; i++) cw[i] = f[4 + 4 * i + j];
+    if (conventional)
+      fec_oracle::encode_8(cw, cw + 223, 0);
+    else
+      fec_oracle::encode_ccsds(cw, cw + 223, 0);
+    for (int i = 223; i < 255; i++) f[4 + 4 * i + j] = cw[i];
+  }
+  if (randomise) ccsds_derandomise(f + 4, 1020);
+  out.insert(out.end(), f, f + 1024);
+  counter++;
+}
+
+void FrameWriter::packets(const std::vector<Bytes>& pk) {
+  Bytes data;
+  std::set<long> starts;
+  for (const auto& p : pk) {
+    starts.insert(long(data.size()));
+    data.insert(data.end(), p.begin(), p.end());
+  }
+  for (long ofs = 0; ofs < long(data.size()); ofs += 882) {
+    uint8_t zone[882];
+    std::memset(zone, 0x55, sizeof zone);
+    long n = std::min<long>(882, long(data.size()) - ofs);
+    std::memcpy(zone, data.data() + ofs, size_t(n));
+    auto it = starts.lower_bound(ofs);
+    int fhp = (it != starts.end() && *it < ofs + 882) ? int(*it - ofs) : 2047;
+    frame(zone, fhp);
+  }
+}
+
+void FrameWriter::stream(const Bytes& data) {
+  for (long ofs = 0; ofs < long(data.size()); ofs += 882) {
+    uint8_t zone[882];
+    std::memset(zone, 0x55, sizeof zone);
+    long n = std::min<long>(882, long(data.size()) - ofs);
+    std::memcpy(zone, data.data() + ofs, size_t(n));
+    frame(zone, 2047);
+  }
+}
+
+void inject_errors(Bytes& units, int n, std::mt19937& rng) {
+  for (size_t base = 0; base + 1024 <= units.size(); base += 1024) {
+    for (int j = 0; j < 4; j++) {
+      std::set<int> pos;
+      while (int(pos.size()) < n) pos.insert(int(rng() % 255));
+      for (int i : pos) units[base + 4 + 4 * i + j] ^= uint8_t(1 + rng() % 255);
+    }
+  }
+}
+
+Bytes virr_stream(const std::vector<std::vector<uint16_t>>& lines, long lead_bits, long gap_bits) {
+  Bytes out;
+  BitWriter w{out, 0};
+  for (long i = 0; i < lead_bits; i++) w.put(0, 1);
+  for (const auto& l : lines) {
+    w.put(0x845BF5, 24);
+    for (long i = 24; i < 436 * 8; i++) w.put(0, 1);
+    for (uint16_t v : l) w.put(v, 10);
+    for (long i = 0; i < gap_bits; i++) w.put(0, 1);
+  }
+  return out;
+}
+
+}  // namespace cadu_builder

@@ -1,0 +1,377 @@
+// QPSK record files: header block, Metop/NOAA/Aqua reading with Reed-Solomon
+// and derandomising, statistics, bad input.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "cadu_builder.h"
+#include "ccsds/cadu.h"
+#include "ccsds/qpsk_files.h"
+#include "common/bytes.h"
+#include "support/testutil.h"
+
+using namespace cadu_builder;
+
+namespace {
+
+constexpr int kPackets = 6;
+constexpr int kDay = 9386;  // 2025-09-12, days since 2000-01-01
+constexpr uint32_t kMs0 = 9 * 3600000u + 3 * 60000u + 25500u;
+
+struct MetopData {
+  std::vector<AvhrrScan> scans;
+  Bytes units;
+  MetopData(bool randomise = false) {
+    std::vector<Bytes> packets;
+    for (int k = 0; k < kPackets; k++) {
+      scans.push_back(make_scan(100 + k, kDay, kMs0 + 167u * k, k % 2 ? 104 : 103));
+      packets.push_back(avhrr_packet(scans.back(), k));
+    }
+    FrameWriter fw;
+    fw.randomise = randomise;
+    fw.packets(packets);
+    units = fw.out;
+  }
+};
+
+// A picture and view opened on a file.
+struct Opened {
+  PICINFO* pic = pic_new();
+  VIEWINFO* view = new VIEWINFO();
+  Opened(const std::string& path, FILE_TYPE ft, int view_rs = 0) {
+    pic->fp = std::fopen(path.c_str(), "rb");
+    pic->file_type = ft;
+    view->reed_solomon = view_rs;
+  }
+  ~Opened() {
+    if (pic->fp) std::fclose(pic->fp);
+    pic->fp = nullptr;
+    pic_delete(pic);
+    delete view;
+  }
+  int read_all() {
+    int r = read_qpsk_hdr(pic, view);
+    if (r) return r;
+    pic_set_lines(pic, read_qpsk_all(pic, view));
+    return 0;
+  }
+};
+
+// The record header as the recorder writes it, followed by units.
+std::string record_file(const Bytes& units, int rs_flag, const char* kind = "metop") {
+  testutil::TempDir d;
+  std::string tmp = d.file("h");
+  FILE* fp = std::fopen(tmp.c_str(), "wb+");
+  PICINFO* pic = pic_new();
+  pic->reed_solomon = rs_flag;
+  std::memcpy(pic->firmware, "FW01", 4);
+  pic->picture_time.tm_year = 125;
+  pic->picture_time.tm_mon = 8;
+  pic->picture_time.tm_mday = 12;
+  pic->picture_time.tm_hour = 9;
+  pic->picture_time.tm_min = 3;
+  pic->picture_time.tm_yday = 254;
+  pic->kepler.epoch_year = 125;
+  pic->kepler.epoch_day = 254.5;
+  pic->kepler.inclination = 1.7189f;
+  pic->kepler.motion = 14.2f;
+  pic->kepler.epoch_rev = 12345;
+  pic->orbit.offset_sec = 3;
+  pic->orbit.offset_lon = -0.5f;
+  pic->scan_ver = S_N;
+  pic->sat_type = QNOAA20;
+  if (std::string(kind) == "noaa")
+    write_qnoaahdr_file(pic, fp);
+  else
+    write_metophdr_file(pic, fp);
+  std::fwrite(units.data(), 1, units.size(), fp);
+  std::fflush(fp);
+  std::fseek(fp, 0, SEEK_SET);
+  std::string all(size_t(1024) + units.size(), '\0');
+  size_t got = std::fread(all.data(), 1, all.size(), fp);
+  all.resize(got);
+  std::fclose(fp);
+  pic_delete(pic);
+  return all;
+}
+
+// Line k (k >= 1) holds packet k-1's samples and packet k's header time.
+void expect_metop_lines(PICINFO* pic, const MetopData& m) {
+  ASSERT_EQ(pic->height, kPackets);
+  ASSERT_EQ(pic_line_count(pic), kPackets);
+  for (int k = 1; k < kPackets; k++) {
+    SCOPED_TRACE(k);
+    XLINE* l = pic_line(pic, k);
+    ASSERT_NE(l, nullptr);
+    ASSERT_EQ(l->nrchan, 5);
+    ASSERT_EQ(l->width, 2048);
+    EXPECT_EQ(l->linenr, k);
+    bool same = true;
+    for (int i = 0; i < 2048 && same; i++)
+      for (int c = 0; c < 5; c++) same &= l->line[c][i] == m.scans[k - 1].earth[5 * i + c];
+    EXPECT_TRUE(same);
+    uint32_t ms = m.scans[k].msec;
+    EXPECT_EQ(l->line_hdr[8] >> 1, 255);  // 2025-09-12 is day 255
+    EXPECT_EQ(((l->line_hdr[9] << 20) & 0x7F00000) + (l->line_hdr[10] << 10) + l->line_hdr[11], ms);
+    EXPECT_EQ(l->line_hdr[12], m.scans[k - 1].ramp[0]);
+  }
+}
+
+}  // namespace
+
+TEST(QpskHeader, WriteAndReadBack) {
+  MetopData m;
+  std::string file = record_file(m.units, 0);
+  const uint8_t* b = reinterpret_cast<const uint8_t*>(file.data());
+  EXPECT_EQ(std::memcmp(b,
+                        "\x1A\xCF\xFC\x1D"
+                        "METOPx",
+                        10),
+            0);
+  EXPECT_EQ(std::memcmp(b + 16, "Firmware=FW01", 13), 0);
+  EXPECT_EQ(b[29], 3);
+  EXPECT_EQ(pava::get_le16(b + 30 + 2 * 4), 8);      // month
+  EXPECT_EQ(pava::get_le16(b + 30 + 2 * 5), 125);    // year - 1900
+  EXPECT_EQ(pava::get_le16(b + 30 + 2 * 7), 254);    // day of year
+  EXPECT_NEAR(pava::get_lef(b + 68), 98.487, 0.01);  // inclination in degrees
+  EXPECT_EQ(pava::get_le32(b + 92), 12345u);
+  EXPECT_EQ(std::memcmp(b + 106, "RS=", 3), 0);
+  EXPECT_EQ(b[109], 0);
+  EXPECT_EQ(b[111], 1);
+  EXPECT_EQ(b[130], 1);
+  EXPECT_FLOAT_EQ(pava::get_lef(b + 131), -0.5f);
+  for (int i : {14, 15, 48, 55, 96, 105, 110, 112, 129, 135, 1023}) EXPECT_EQ(b[i], 0) << i;
+
+  testutil::TempDir d;
+  testutil::write_file(d.file("m.dat"), file);
+  Opened o(d.file("m.dat"), FT_METOP);
+  ASSERT_EQ(read_qpsk_hdr(o.pic, o.view), 0);
+  EXPECT_EQ(o.pic->pic_strt, 1024);
+  EXPECT_STREQ(o.pic->firmware, "FW01");
+  EXPECT_EQ(o.pic->valid_time, 1);
+  EXPECT_EQ(o.pic->picture_time.tm_year, 125);
+  EXPECT_EQ(o.pic->picture_time.tm_mday, 12);
+  EXPECT_NEAR(o.pic->kepler.inclination, 1.7189, 1e-4);
+  EXPECT_EQ(o.pic->kepler.epoch_rev, 12345);
+  EXPECT_EQ(o.pic->scan_ver, S_N);
+  EXPECT_EQ(o.pic->sat_id, 12);
+  EXPECT_STREQ(o.pic->sat_name, "METOP-A");
+  EXPECT_EQ(o.pic->width, 2048);
+  EXPECT_EQ(o.pic->nr_chan, 5);
+  EXPECT_EQ(o.pic->fri.header_len, 750);
+  EXPECT_EQ(o.pic->derandomise, 0);
+
+  // "firmware" in lower case is recognised as well; "NOAA20" identifier.
+  std::string nf = record_file(m.units, 0, "noaa");
+  EXPECT_EQ(nf.substr(4, 6), "NOAA20");
+  nf.replace(16, 1, "f");
+  EXPECT_TRUE(qpsk_is_hdr_block(reinterpret_cast<const uint8_t*>(nf.data())));
+  nf.replace(106, 2, "rs");
+  EXPECT_FALSE(qpsk_is_hdr_block(reinterpret_cast<const uint8_t*>(nf.data())));
+}
+
+// The acceptance file: a multi-packet Metop recording opens with the right
+// line count, times and samples, also with 16 symbol errors per codeword and
+// Reed-Solomon on.
+TEST(QpskMetop, LinesTimesAndSamples) {
+  MetopData m;
+  testutil::TempDir d;
+  testutil::write_file(d.file("clean.dat"), record_file(m.units, 0));
+  {
+    Opened o(d.file("clean.dat"), FT_METOP);
+    ASSERT_EQ(o.read_all(), 0);
+    expect_metop_lines(o.pic, m);
+  }
+  Bytes bad = m.units;
+  std::mt19937 rng(16);
+  inject_errors(bad, 16, rng);
+  testutil::write_file(d.file("errors.dat"), record_file(bad, 0));
+  {
+    Opened o(d.file("errors.dat"), FT_METOP, 1);
+    ASSERT_EQ(o.read_all(), 0);
+    expect_metop_lines(o.pic, m);
+  }
+  {
+    // Without correction the errors stay in the samples.
+    Opened o(d.file("errors.dat"), FT_METOP, 0);
+    ASSERT_EQ(o.read_all(), 0);
+    XLINE* l = pic_line(o.pic, 2);
+    int diff = 0;
+    if (l)
+      for (int i = 0; i < 2048; i++) diff += l->line[0][i] != m.scans[1].earth[5 * i];
+    EXPECT_TRUE(!l || diff > 0);
+  }
+  // Recorded with correction on: the reader does not correct again.
+  testutil::write_file(d.file("rs_on.dat"), record_file(bad, 1));
+  {
+    Opened o(d.file("rs_on.dat"), FT_METOP, 1);
+    ASSERT_EQ(read_qpsk_hdr(o.pic, o.view), 0);
+    EXPECT_EQ(o.pic->reed_solomon, 1);
+    pic_set_lines(o.pic, read_qpsk_all(o.pic, o.view));
+    XLINE* l = pic_line(o.pic, 2);
+    int diff = 0;
+    if (l)
+      for (int i = 0; i < 2048; i++) diff += l->line[0][i] != m.scans[1].earth[5 * i];
+    EXPECT_TRUE(!l || diff > 0);
+  }
+}
+
+// Headerless files, randomised units, the NOAA-20/21 and Aqua names of the
+// same path.
+TEST(QpskMetop, HeaderlessRandomisedAndOtherTypes) {
+  testutil::TempDir d;
+  MetopData plain, rnd(true);
+  testutil::write_file(d.file("plain.cadu"), std::string(plain.units.begin(), plain.units.end()));
+  testutil::write_file(d.file("rnd.cadu"), std::string(rnd.units.begin(), rnd.units.end()));
+  for (FILE_TYPE ft : {FT_METOP, FT_QNOAA20, FT_QNOAA21, FT_AQUA}) {
+    SCOPED_TRACE(ft);
+    Opened o(d.file("plain.cadu"), ft);
+    ASSERT_EQ(o.read_all(), 0);
+    EXPECT_EQ(o.pic->pic_strt, 0);
+    EXPECT_EQ(o.pic->valid_time, 1);  // from the first packet's day count
+    EXPECT_EQ(o.pic->picture_time.tm_year, 125);
+    EXPECT_EQ(o.pic->picture_time.tm_yday, 254);
+    expect_metop_lines(o.pic, plain);
+  }
+  Opened o(d.file("rnd.cadu"), FT_METOP, 1);
+  ASSERT_EQ(o.read_all(), 0);
+  EXPECT_EQ(o.pic->derandomise, 1);
+  expect_metop_lines(o.pic, rnd);
+}
+
+TEST(QpskMetop, DumpLine) {
+  testutil::TempDir d;
+  PICINFO* pic = pic_new();
+  pic->fp = std::fopen(d.file("dump").c_str(), "wb");
+  pic->fri.words_per_frame = 1024;
+  std::vector<uint16_t> w(1024);
+  for (int i = 0; i < 1024; i++) w[i] = uint16_t(0x300 | (i & 255));
+  w[3] = 0x1D | 0x10;  // bit 4 set: byte 3 gets bit 0 set
+  EXPECT_EQ(dump_METOP_line(pic, w.data()), 1);
+  w[3] = 0x2F;  // bit 4 clear, bit 0 set: byte 3 gets bit 0 clear
+  EXPECT_EQ(dump_METOP_line(pic, w.data()), 1);
+  std::fclose(pic->fp);
+  pic->fp = nullptr;
+  EXPECT_EQ(dump_METOP_line(pic, w.data()), 0);
+  pic_delete(pic);
+  std::string s = testutil::read_file(d.file("dump"));
+  ASSERT_EQ(s.size(), 2048u);
+  EXPECT_EQ(uint8_t(s[3]), 0x1D);
+  EXPECT_EQ(uint8_t(s[1024 + 3]), 0x2E);
+  EXPECT_EQ(uint8_t(s[100]), 100);
+}
+
+TEST(QpskStats, VcidStatistics) {
+  MetopData m;
+  FrameWriter fy;
+  fy.scid = 50;
+  fy.vcid = 5;
+  fy.counter = 7;
+  fy.stream(Bytes(882 * 12, 0));
+  Bytes all = m.units;
+  all.insert(all.end(), fy.out.begin(), fy.out.begin() + 3 * 1024);
+  testutil::TempDir d;
+  testutil::write_file(d.file("s.dat"), std::string(all.begin(), all.end()));
+  FILE* fp = std::fopen(d.file("s.dat").c_str(), "rb");
+  FILE* out = std::tmpfile();
+  EXPECT_EQ(ccsds_vcid_stats(fp, out, 0, CCSDS_DERAND_AUTO), 0);
+  std::rewind(out);
+  char buf[4096] = {0};
+  size_t n = std::fread(buf, 1, sizeof buf - 1, out);
+  std::string text(buf, n);
+  int units = int(m.units.size() / 1024);
+  char expect[256];
+  std::snprintf(expect, sizeof expect,
+                "vcdu.cnt=7  increment=-7\nvcdu.cnt=8  increment=-1\nvcdu.cnt=9  increment=-1\n"
+                "scid=12\nVCID  5:     3 frames\nVCID  9: %5d frames  (AVHRR)\n",
+                units);
+  EXPECT_EQ(text, expect);
+  std::fclose(out);
+  std::fclose(fp);
+}
+
+// Damaged input: no crash, no read outside a buffer (run under ASan).
+TEST(QpskBadInput, TruncatedRandomAndGarbage) {
+  testutil::TempDir d;
+  MetopData m;
+  // File ending inside a frame.
+  std::string f = record_file(m.units, 0);
+  f.resize(f.size() - 500);
+  testutil::write_file(d.file("short.dat"), f);
+  {
+    Opened o(d.file("short.dat"), FT_METOP, 1);
+    ASSERT_EQ(o.read_all(), 0);
+    EXPECT_EQ(o.pic->height, kPackets);  // the last packet start is in a whole unit
+  }
+  // Less than one unit.
+  testutil::write_file(d.file("tiny.dat"), std::string(600, '\x1A'));
+  {
+    Opened o(d.file("tiny.dat"), FT_METOP);
+    EXPECT_EQ(read_qpsk_hdr(o.pic, o.view), 'r');
+  }
+  // Header with garbage times and numbers.
+  std::mt19937 rng(77);
+  std::string g = record_file(m.units, 0);
+  for (int i = 30; i < 48; i++) g[size_t(i)] = char(rng());
+  for (int i = 56; i < 96; i++) g[size_t(i)] = char(0xFF);  // NaN floats
+  testutil::write_file(d.file("garbage.dat"), g);
+  {
+    Opened o(d.file("garbage.dat"), FT_METOP);
+    ASSERT_EQ(o.read_all(), 0);
+    EXPECT_EQ(o.pic->kepler.inclination, 0.0f);
+    EXPECT_EQ(o.pic->picture_time.tm_year, 125);  // taken from the packets instead
+    EXPECT_EQ(o.pic->height, kPackets);
+  }
+  // Random bytes with a marker every few units and random pointers.
+  for (int trial = 0; trial < 4; trial++) {
+    std::string r(1024 * 60, '\0');
+    for (auto& c : r) c = char(rng());
+    for (size_t u = 0; u < 60; u += 1 + rng() % 3) {
+      std::memcpy(&r[u * 1024], "\x1A\xCF\xFC\x1D", 4);
+      r[u * 1024 + 5] = char((rng() & 0xC0) | 9);
+    }
+    testutil::write_file(d.file("rand.dat"), r);
+    for (FILE_TYPE ft : {FT_METOP, FT_FY3}) {
+      Opened o(d.file("rand.dat"), ft, 1);
+      o.view->destrip = 1;
+      ASSERT_EQ(o.read_all(), 0);
+      EXPECT_EQ(o.pic->height, pic_line_count(o.pic));
+    }
+  }
+  // Not a QPSK type.
+  Opened o(d.file("rand.dat"), FT_HRPT);
+  EXPECT_EQ(read_qpsk_hdr(o.pic, o.view), 't');
+  EXPECT_EQ(read_qpsk_all(o.pic, o.view), nullptr);
+}
+
+// The real recordings through the AVHRR reader: Meteor LRPT (VCID 5) and the
+// Suomi-NPP channels are other virtual channels, the NOAA-21 block has one
+// whole unit; none gives a line, none mis-synchronises.
+TEST(QpskRealFiles, OtherChannelsGiveNoLines) {
+  struct Row {
+    const char* file;
+    FILE_TYPE ft;
+    int derand;
+  } rows[] = {
+      {"meteor_m2_lrpt_2025-09-14.cadu", FT_METOP, 0},
+      {"snpp_synchronized_cadus_2016-02-10.dat", FT_QNOAA20, 1},
+      {"snpp_7cadus_2vcids.dat", FT_QNOAA20, 1},
+      {"noaa21_jpss2_block.dat", FT_QNOAA21, 1},
+  };
+  for (auto r : rows) {
+    SCOPED_TRACE(r.file);
+    Opened o(testutil::shared_path(std::string("testdata/ccsds/") + r.file), r.ft, 1);
+    ASSERT_NE(o.pic->fp, nullptr);
+    ASSERT_EQ(o.read_all(), 0);
+    EXPECT_EQ(o.pic->derandomise, r.derand);
+    EXPECT_EQ(o.pic->height, 0);
+    EXPECT_EQ(o.pic->xline, nullptr);
+  }
+  Opened o(testutil::shared_path("testdata/ccsds/snpp_synchronized_cadus_2016-02-10.dat"),
+           FT_QNOAA20);
+  ASSERT_EQ(read_qpsk_hdr(o.pic, o.view), 0);
+  EXPECT_EQ(o.pic->sat_id, 157);
+}
