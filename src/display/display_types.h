@@ -50,6 +50,8 @@ struct OVLINFO {
   int built;
   int built_offset_gmt, built_offset_sec, built_use_sattime;
   float built_offset_lon;
+  int scale;        // cells of lola2xy per degree (100 unless the pass is too wide)
+  int built_coast;  // the coast file was drawn into ovlarr
 };
 
 // Thermal calibration coefficients of one NOAA satellite.
