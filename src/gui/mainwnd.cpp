@@ -1,60 +1,353 @@
 #include "gui/mainwnd.h"
 
-#include <gdk/gdkkeysyms.h>
+#include <string>
 
 #include "app/core/redraw.h"
+#include "app/core/viewctl.h"
 #include "app/log.h"
+#include "common/text.h"
 #include "config/prefs.h"
 #include "display/display_types.h"
+#include "formats/openfile.h"
 #include "formats/picinfo.h"
+#include "gui/debugpage.h"
+#include "gui/sgtk.h"
+#include "gui/viewer.h"
 
 namespace {
+
+constexpr const char* kMain = "Pava";
+constexpr const char* kCanvas = "Is_Canvas2";
+constexpr const char* kSyncing = "pava_syncing";  // menu callbacks held off
+constexpr const char* kNotYet = "Not available yet.";
+
+gint64 g_start_us = 0;             // when the program started (main_mark_start)
+bool g_first_draw_pending = true;  // the first drawn picture is logged once
+
+// ---- Records and redraw ----
+
+GtkWidget* main_window(GtkWidget* any) {
+  GtkWidget* w = sgtk_window_of(any);
+  if (w && g_object_get_data(G_OBJECT(w), "pava_pci")) return w;
+  return Find_Window(kMain);
+}
+
+REDRAW_CTX* redraw_ctx(GtkWidget* widget) {
+  GtkWidget* top = main_window(widget);
+  return top ? static_cast<REDRAW_CTX*>(g_object_get_data(G_OBJECT(top), "pava_redraw")) : nullptr;
+}
+
+GtkWidget* canvas(GtkWidget* window) {
+  return static_cast<GtkWidget*>(g_object_get_data(G_OBJECT(window), "CNVS_ID2"));
+}
+
+bool syncing(GtkWidget* window) { return g_object_get_data(G_OBJECT(window), kSyncing) != nullptr; }
 
 void add_idle(int (*fn)(void*), void* data) {
   g_idle_add(reinterpret_cast<GSourceFunc>(reinterpret_cast<void*>(fn)), data);
 }
 
-REDRAW_CTX* redraw_ctx(GtkWidget* widget) {
-  if (!widget) return nullptr;
-  GtkWidget* top = gtk_widget_get_toplevel(widget);
-  if (!top) return nullptr;
-  return static_cast<REDRAW_CTX*>(g_object_get_data(G_OBJECT(top), "pava_redraw"));
+void correct_zoom(REDRAW_CTX* ctx) {
+  int w, h;
+  gtk_image_viewer_get_size(canvas(GTK_WIDGET(ctx->user)), &w, &h);
+  correct_zoomval(ctx->view, ctx->pic, w, h);
 }
 
 int draw_canvas(REDRAW_CTX* ctx) {
-  GtkWidget* area = static_cast<GtkWidget*>(g_object_get_data(G_OBJECT(ctx->user), "CNVS_ID2"));
-  if (area) gtk_widget_queue_draw(area);
-  return 0;
+  GtkWidget* area = canvas(GTK_WIDGET(ctx->user));
+  gint64 t0 = g_get_monotonic_time();
+  int r = gtk_image_viewer_render(area);
+  if (prefs.log) {
+    int w, h;
+    gtk_image_viewer_get_size(area, &w, &h);
+    log_message("Picture drawn (%dx%d) in %.1f ms", w, h,
+                double(g_get_monotonic_time() - t0) / 1000);
+    if (g_first_draw_pending && g_start_us) {
+      g_first_draw_pending = false;
+      log_message("First picture drawn %.0f ms after start",
+                  double(g_get_monotonic_time() - g_start_us) / 1000);
+    }
+  }
+  return r;
 }
 
-void on_quit(GtkWidget*, gpointer) { gtk_main_quit(); }
+void draw_failed(REDRAW_CTX* ctx) {
+  GtkWidget* w = GTK_WIDGET(ctx->user);
+  Set_Button(w, "View/Grid", 0);
+  Set_Button(w, "View/Coast", 0);
+}
 
-GtkWidget* build_menubar(GtkWidget* window) {
-  GtkWidget* bar = gtk_menu_bar_new();
-  GtkWidget* file = gtk_menu_item_new_with_label("File");
-  GtkWidget* menu = gtk_menu_new();
-  GtkWidget* quit = gtk_menu_item_new_with_label("Quit");
-  g_signal_connect(quit, "activate", G_CALLBACK(on_quit), window);
-  GtkAccelGroup* accel = gtk_accel_group_new();
-  gtk_window_add_accel_group(GTK_WINDOW(window), accel);
-  gtk_widget_add_accelerator(quit, "activate", accel, GDK_q, GDK_CONTROL_MASK, GTK_ACCEL_VISIBLE);
-  gtk_menu_shell_append(GTK_MENU_SHELL(menu), quit);
-  gtk_menu_item_set_submenu(GTK_MENU_ITEM(file), menu);
-  gtk_menu_shell_append(GTK_MENU_SHELL(bar), file);
-  return bar;
+// ---- Viewer owner ----
+
+int render_view(void* user, uint8_t* rgb, int w, int h) {
+  GtkWidget* win = GTK_WIDGET(user);
+  return render_grey(Get_Picinfo_db(win), Get_Viewinfo_db(win), w, h, rgb);
+}
+
+void view_changed(void* user) { Update_Main(GTK_WIDGET(user)); }
+
+void view_pointer(void* user, int sx, int sy, int inside) {
+  GtkWidget* win = GTK_WIDGET(user);
+  std::string pos, pix;
+  if (inside) {
+    int w, h;
+    gtk_image_viewer_get_size(canvas(win), &w, &h);
+    view_readout(Get_Viewinfo_db(win), Get_Picinfo_db(win), w, h, sx, sy, &pos, &pix);
+  }
+  Set_Entry(win, "!Position", "%s", pos.c_str());
+  Set_Entry(win, "!Pixel", "%s", pix.c_str());
+}
+
+// configure_event_main: the viewer renewed its buffer; draw it again.
+void configure_event_main(void* user, int, int) { Update_Main(GTK_WIDGET(user)); }
+
+// ---- Menu callbacks ----
+
+void not_yet(GtkWidget* item, const char*) { Create_Message(item, "Info", "%s", kNotYet); }
+
+void after_open(GtkWidget* win) {
+  PICINFO* pic = Get_Picinfo_db(win);
+  gtk_window_set_title(GTK_WINDOW(win), main_title(pic).c_str());
+  sync_menu_items(win);
+  sgtk_set_sensitive(win, "File/Close", pic->fp != nullptr);
+  if (Get_Button(win, "View/Palette/Grey_Palette") == 1)
+    load_greyscale(win, nullptr);
+  else
+    load_palette(win, nullptr);
+  Update_Main(win);
+}
+
+// file_ok_sel: opens the chosen file and reports failures in message boxes.
+void file_ok_sel(GtkWidget* win, const char* name) {
+  PICINFO* pic = Get_Picinfo_db(win);
+  VIEWINFO* view = Get_Viewinfo_db(win);
+  close_picfile(pic);
+  gtk_image_viewer_clear(canvas(win));
+  int r = pava::copy_text(pic->file_name, name) ? open_file(pic, view, win, 0) : 'o';
+  if (r) {
+    for (const std::string& m : open_file_messages(r, pic))
+      Create_Message(win, "Error", "%s", m.c_str());
+    close_picfile(pic);
+  }
+  after_open(win);
+}
+
+void on_open_response(GtkWidget* dialog, gint response, gpointer data) {
+  GtkWidget* win = GTK_WIDGET(data);
+  gchar* folder = gtk_file_chooser_get_current_folder(GTK_FILE_CHOOSER(dialog));
+  if (folder) sgtk_state_set("Open/folder", folder);
+  g_free(folder);
+  gchar* name = nullptr;
+  if (response == GTK_RESPONSE_ACCEPT)
+    name = gtk_file_chooser_get_filename(GTK_FILE_CHOOSER(dialog));
+  sgtk_state_store(dialog);
+  gtk_widget_destroy(dialog);
+  if (name) file_ok_sel(win, name);
+  g_free(name);
+}
+
+void add_filter(GtkWidget* chooser, const char* title, const char* const* patterns) {
+  GtkFileFilter* f = gtk_file_filter_new();
+  gtk_file_filter_set_name(f, title);
+  for (; *patterns; patterns++) gtk_file_filter_add_pattern(f, *patterns);
+  gtk_file_chooser_add_filter(GTK_FILE_CHOOSER(chooser), f);
+}
+
+void menu_open(GtkWidget* item, const char*) {
+  GtkWidget* win = main_window(item);
+  if (GtkWidget* old = Find_Window("Open")) {
+    gtk_window_present(GTK_WINDOW(old));
+    return;
+  }
+  GtkWidget* d = gtk_file_chooser_dialog_new("Open", GTK_WINDOW(win), GTK_FILE_CHOOSER_ACTION_OPEN,
+                                             GTK_STOCK_CANCEL, GTK_RESPONSE_CANCEL, GTK_STOCK_OPEN,
+                                             GTK_RESPONSE_ACCEPT, nullptr);
+  gtk_widget_set_name(d, "Open");
+  static const char* const kAll[] = {"*", nullptr};
+  static const char* const kRaw[] = {"*.hpt", "*.HPT", "*.C10", "*.raw16",
+                                     "*.hrp", "*.dat", "*.bin", nullptr};
+  static const char* const kImages[] = {"*.gif", "*.pgm", "*.ppm", "*.jpg", "*.ras", nullptr};
+  add_filter(d, "All files", kAll);
+  add_filter(d, "Recordings", kRaw);
+  add_filter(d, "Pictures", kImages);
+  std::string folder = sgtk_state_get("Open/folder");
+  if (!folder.empty()) gtk_file_chooser_set_current_folder(GTK_FILE_CHOOSER(d), folder.c_str());
+  sgtk_state_restore(d);
+  g_signal_connect(d, "response", G_CALLBACK(on_open_response), win);
+  gtk_widget_show_all(d);
+}
+
+void menu_close(GtkWidget* item, const char*) {
+  GtkWidget* win = main_window(item);
+  PICINFO* pic = Get_Picinfo_db(win);
+  close_picfile(pic);
+  pic->file_name[0] = '\0';
+  gtk_image_viewer_clear(canvas(win));
+  gtk_window_set_title(GTK_WINDOW(win), kMain);
+  Set_Entry(win, "!Satellite", "%s", "");
+  sgtk_set_sensitive(win, "File/Close", 0);
+}
+
+void menu_quit(GtkWidget* item, const char*) {
+  GtkWidget* win = main_window(item);
+  sgtk_state_store(win);
+  gtk_widget_destroy(win);
+}
+
+void menu_prog_info(GtkWidget* item, const char*) {
+  Create_Message(item, "Program info",
+                 "Pava\nRelease: %s\nWeather satellite program for HRPT/CHRPT/HRI.", "2023.3");
+}
+
+// Menu_Viewbuts: the View check items set their VIEWINFO flag.
+void Menu_Viewbuts(GtkWidget* item, const char* path) {
+  GtkWidget* win = main_window(item);
+  if (!win || syncing(win)) return;
+  std::string refusal;
+  int on = gtk_check_menu_item_get_active(GTK_CHECK_MENU_ITEM(item));
+  int r = view_item_apply(path, on, Get_Picinfo_db(win), Get_Viewinfo_db(win), &refusal);
+  if (r == 1) {
+    gtk_check_menu_item_set_active(GTK_CHECK_MENU_ITEM(item), FALSE);
+    Create_Message(win, "Error", "%s", refusal.c_str());
+    return;
+  }
+  Update_Main(win);
+}
+
+// Menu_Zoombuts: the Zoom items act as their keys.
+void Menu_Zoombuts(GtkWidget* item, const char* path) {
+  GtkWidget* win = main_window(item);
+  if (!win) return;
+  int key = zoom_key_of_path(path);
+  if (key) gtk_image_viewer_zoom(canvas(win), key);
+}
+
+void menu_channel(GtkWidget* item, const char* path) {
+  GtkWidget* win = main_window(item);
+  if (!win || syncing(win) || !gtk_check_menu_item_get_active(GTK_CHECK_MENU_ITEM(item))) return;
+  if (view_select_channel(Get_Viewinfo_db(win), view_channel_of_path(path)) == 0) Update_Main(win);
+}
+
+// ---- Display controls ----
+
+void on_not_yet_button(GtkWidget* w, gpointer) { Create_Message(w, "Info", "%s", kNotYet); }
+
+void on_clum(GtkWidget* w, gpointer) {
+  GtkWidget* win = main_window(w);
+  Get_Viewinfo_db(win)->cmhc.lum = float(gtk_spin_button_get_value(GTK_SPIN_BUTTON(w)));
+  Update_Main(win);
+}
+
+void on_gamma(GtkWidget* w, gpointer) {
+  GtkWidget* win = main_window(w);
+  Get_Viewinfo_db(win)->gamma = float(gtk_spin_button_get_value(GTK_SPIN_BUTTON(w)));
+  Update_Main(win);
+}
+
+// ---- The menu table ----
+
+const SGTK_MENU kMenu[] = {
+    {"File/Open...", SGM_ITEM, menu_open, "<control>o"},
+    {"File/Close", SGM_ITEM, menu_close, nullptr},
+    {"File/Save as...", SGM_ITEM, not_yet, nullptr},
+    {"File/File info...", SGM_ITEM, not_yet, nullptr},
+    {"File/separator", SGM_SEPARATOR, nullptr, nullptr},
+    {"File/Quit", SGM_ITEM, menu_quit, "<control>q"},
+    {"Edit/File header...", SGM_ITEM, not_yet, nullptr},
+    {"Edit/Kepler...", SGM_ITEM, not_yet, nullptr},
+    {"Edit/separator", SGM_SEPARATOR, nullptr, nullptr},
+    {"Edit/Preferences...", SGM_ITEM, not_yet, nullptr},
+    {"View/North bound", SGM_CHECK, Menu_Viewbuts, nullptr},
+    {"View/Grid", SGM_CHECK, Menu_Viewbuts, nullptr},
+    {"View/Coast", SGM_CHECK, Menu_Viewbuts, nullptr},
+    {"View/Position XY", SGM_CHECK, Menu_Viewbuts, nullptr},
+    {"View/Invert", SGM_CHECK, Menu_Viewbuts, nullptr},
+    {"View/Temperature", SGM_CHECK, Menu_Viewbuts, nullptr},
+    {"View/Linearize", SGM_CHECK, Menu_Viewbuts, nullptr},
+    {"View/Aspect", SGM_CHECK, Menu_Viewbuts, nullptr},
+    {"View/Despeckle", SGM_CHECK, Menu_Viewbuts, nullptr},
+    {"View/Destrip metop, fy3", SGM_CHECK, Menu_Viewbuts, nullptr},
+    {"View/Reed Solomon", SGM_CHECK, Menu_Viewbuts, nullptr},
+    {"View/Mark faulty lines", SGM_CHECK, Menu_Viewbuts, nullptr},
+    {"View/Skip faulty lines", SGM_CHECK, Menu_Viewbuts, nullptr},
+    {"View/Set skip/Use Pre sync", SGM_CHECK, Menu_Viewbuts, nullptr},
+    {"View/Set skip/Use Post sync", SGM_CHECK, Menu_Viewbuts, nullptr},
+    {"View/Palette/Load_Palette", SGM_RADIO, load_palette, nullptr},
+    {"View/Palette/Grey_Palette", SGM_RADIO, load_greyscale, nullptr},
+    {"View/Lum...", SGM_ITEM, not_yet, nullptr},
+    {"View/Channel_map...", SGM_ITEM, not_yet, nullptr},
+    {"View/Film...", SGM_ITEM, not_yet, nullptr},
+    {"Zoom/100% (f)", SGM_ITEM, Menu_Zoombuts, nullptr},
+    {"Zoom/In (i)", SGM_ITEM, Menu_Zoombuts, nullptr},
+    {"Zoom/Out (o)", SGM_ITEM, Menu_Zoombuts, nullptr},
+    {"Zoom/Var (z)", SGM_ITEM, Menu_Zoombuts, nullptr},
+    {"Zoom/Fix (ctrl)", SGM_ITEM, Menu_Zoombuts, nullptr},
+    {"Zoom/Last (l)", SGM_ITEM, Menu_Zoombuts, nullptr},
+    {"Zoom/dx->dy (c)", SGM_ITEM, Menu_Zoombuts, nullptr},
+    {"Zoom/dy->dx (C)", SGM_ITEM, Menu_Zoombuts, nullptr},
+    {"Zoom/zx->zy", SGM_ITEM, Menu_Zoombuts, nullptr},
+    {"Zoom/zy->zx", SGM_ITEM, Menu_Zoombuts, nullptr},
+    {"Zoom/Values...", SGM_ITEM, not_yet, nullptr},
+    {"Record/(A)HRPT...", SGM_ITEM, not_yet, nullptr},
+    {"Record/IQTest...", SGM_ITEM, not_yet, nullptr},
+    {"Channel/False clr", SGM_RADIO, menu_channel, nullptr},
+    {"Channel/Ch1", SGM_RADIO, menu_channel, nullptr},
+    {"Channel/Ch2", SGM_RADIO, menu_channel, nullptr},
+    {"Channel/Ch3", SGM_RADIO, menu_channel, nullptr},
+    {"Channel/Ch4", SGM_RADIO, menu_channel, nullptr},
+    {"Channel/Ch5", SGM_RADIO, menu_channel, nullptr},
+    {"Channel/Ch6", SGM_RADIO, menu_channel, nullptr},
+    {"Channel/Ch7", SGM_RADIO, menu_channel, nullptr},
+    {"Channel/Ch8", SGM_RADIO, menu_channel, nullptr},
+    {"Channel/Ch9", SGM_RADIO, menu_channel, nullptr},
+    {"Channel/Ch10", SGM_RADIO, menu_channel, nullptr},
+    {"Help/Prog info", SGM_ITEM, menu_prog_info, nullptr},
+    {"Help/Test interface", SGM_ITEM, not_yet, nullptr},
+    {"Help/Test Metop", SGM_ITEM, not_yet, nullptr},
+    {"Help/Manually tune", SGM_ITEM, not_yet, nullptr},
+};
+
+void on_destroy(GtkWidget* w, gpointer) {
+  gtk_main_quit();
+  (void)w;
+}
+
+gboolean on_delete(GtkWidget* w, GdkEvent*, gpointer) {
+  sgtk_state_store(w);
+  return FALSE;
+}
+
+GtkWidget* display_controls() {
+  return sgtk_row({
+      sg_button("Lum thr.", G_CALLBACK(on_not_yet_button)),
+      sg_button("CMap A", G_CALLBACK(on_not_yet_button)),
+      sg_button("CMap B", G_CALLBACK(on_not_yet_button)),
+      sg_button("CMap C", G_CALLBACK(on_not_yet_button)),
+      sg_spin("^Clum", 1.0, 0.1, 1.0, 0.05, 2, G_CALLBACK(on_clum)),
+      sg_entry("!Position", 18),
+      sg_entry("!Pixel", 8),
+      sg_spin("^Gamma", 1.0, 0.2, 5.0, 0.1, 1, G_CALLBACK(on_gamma)),
+      sg_entry("!Satellite", 10),
+  });
+}
+
+GtkWidget* empty_page(const char* name) {
+  GtkWidget* page = gtk_vbox_new(FALSE, 0);
+  gtk_widget_set_name(page, name);
+  return page;
 }
 
 }  // namespace
 
 GtkWidget* make_gui(PICINFO* pic, VIEWINFO* view, RECORDINFO* rec) {
-  GtkWidget* window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+  // 1. The window, sized from the preferences (natural size when both are 0).
+  GtkWidget* window = sgtk_window(kMain, nullptr);
   if (!window) fatal_error();
-  gtk_widget_set_name(window, "Pava");
-  gtk_window_set_title(GTK_WINDOW(window), "Pava");
   int w = prefs.main_wnd_w, h = prefs.main_wnd_h;
   if (w == 0 && h == 0) w = h = -1;
   gtk_window_set_default_size(GTK_WINDOW(window), w, h);
-  g_signal_connect(window, "destroy", G_CALLBACK(on_quit), nullptr);
+  g_signal_connect(window, "delete-event", G_CALLBACK(on_delete), nullptr);
+  g_signal_connect(window, "destroy", G_CALLBACK(on_destroy), nullptr);
   g_object_set_data(G_OBJECT(window), "pava_pci", pic);
   g_object_set_data(G_OBJECT(window), "pava_vwi", view);
   g_object_set_data(G_OBJECT(window), "pava_rdi", rec);
@@ -63,33 +356,107 @@ GtkWidget* make_gui(PICINFO* pic, VIEWINFO* view, RECORDINFO* rec) {
   ctx->pic = pic;
   ctx->view = view;
   ctx->add_idle = add_idle;
+  ctx->correct_zoom = correct_zoom;
   ctx->draw = draw_canvas;
+  ctx->draw_failed = draw_failed;
   ctx->user = window;
   g_object_set_data_full(G_OBJECT(window), "pava_redraw", ctx,
                          [](gpointer p) { delete static_cast<REDRAW_CTX*>(p); });
 
-  GtkWidget* vbox = gtk_vbox_new(FALSE, 0);
-  gtk_container_add(GTK_CONTAINER(window), vbox);
-  gtk_box_pack_start(GTK_BOX(vbox), build_menubar(window), FALSE, FALSE, 0);
+  // 2.-3. Menu bar and display controls.
+  GtkWidget* menubar = sgtk_menubar(window, kMenu, int(G_N_ELEMENTS(kMenu)));
 
-  GtkWidget* notebook = gtk_notebook_new();
-  gtk_box_pack_start(GTK_BOX(vbox), notebook, TRUE, TRUE, 0);
-  GtkWidget* area = gtk_drawing_area_new();
-  gtk_widget_set_size_request(area, 640, 480);
-  g_object_set_data(G_OBJECT(area), "sgtk_id", const_cast<char*>("Is_Canvas2"));
+  // 4. The drawing area.
+  static const IMAGE_VIEWER_OPS ops = {render_view, view_changed, view_pointer,
+                                       configure_event_main};
+  GtkWidget* area = gtk_image_viewer_new(pic, view, &ops, window);
+  gtk_widget_set_size_request(area, 320, 240);
+  gtk_widget_set_name(area, "GTK_DRAWING_AREA");
+  g_object_set_data(G_OBJECT(area), "sgtk_id", const_cast<char*>(kCanvas));
   g_object_set_data(G_OBJECT(window), "CNVS_ID2", area);
-  const char* pages[] = {"Viewer", "Live", "Tracker", "Map", "Debug"};
-  const char* pages_sep[] = {"Viewer", "Live", "Debug"};
+
+  // 5. The notebook; with sep_track_wnd the tracker has its own window.
+  GtkWidget* notebook = gtk_notebook_new();
+  gtk_widget_set_name(notebook, "Notebook");
   bool sep = prefs.sep_track_wnd != 0;
-  int n = sep ? 3 : 5;
-  for (int i = 0; i < n; i++) {
-    const char* name = sep ? pages_sep[i] : pages[i];
-    GtkWidget* page = i == 0 ? area : gtk_vbox_new(FALSE, 0);
+  auto add_page = [&](GtkWidget* page, const char* name) {
     gtk_notebook_append_page(GTK_NOTEBOOK(notebook), page, gtk_label_new(name));
+  };
+  add_page(area, "Viewer");
+  add_page(empty_page("Live page"), "Live");
+  if (!sep) {
+    add_page(empty_page("Tracker page"), "Tracker");
+    add_page(empty_page("Map page"), "Map");
   }
+  add_page(nb_debug(), "Debug");
+  if (sep) {
+    GtkWidget* trk = sgtk_window("Tracker", empty_page("Tracker page"));
+    gtk_window_set_default_size(GTK_WINDOW(trk), 500, 200);
+    gtk_window_move(GTK_WINDOW(trk), prefs.trk_wnd_x, prefs.trk_wnd_y);
+    gtk_widget_show_all(trk);
+  }
+
+  gtk_container_add(GTK_CONTAINER(window),
+                    sgtk_box(true, {menubar, display_controls(), notebook}, true));
+
+  // 6. Position, palette, menu items in line with the records.
+  sgtk_state_restore(window);
   if (prefs.main_wnd_x || prefs.main_wnd_y)
     gtk_window_move(GTK_WINDOW(window), prefs.main_wnd_x, prefs.main_wnd_y);
+  gtk_window_set_title(GTK_WINDOW(window), main_title(pic).c_str());
+  load_palette(window, nullptr);
+  sync_menu_items(window);
+  sgtk_set_sensitive(window, "File/Close", pic->fp != nullptr);
+  gtk_widget_grab_focus(area);
   return window;
+}
+
+PICINFO* Get_Picinfo_db(GtkWidget* widget) {
+  GtkWidget* w = main_window(widget);
+  return w ? static_cast<PICINFO*>(g_object_get_data(G_OBJECT(w), "pava_pci")) : nullptr;
+}
+VIEWINFO* Get_Viewinfo_db(GtkWidget* widget) {
+  GtkWidget* w = main_window(widget);
+  return w ? static_cast<VIEWINFO*>(g_object_get_data(G_OBJECT(w), "pava_vwi")) : nullptr;
+}
+RECORDINFO* Get_Recordinfo_db(GtkWidget* widget) {
+  GtkWidget* w = main_window(widget);
+  return w ? static_cast<RECORDINFO*>(g_object_get_data(G_OBJECT(w), "pava_rdi")) : nullptr;
+}
+
+void load_palette(GtkWidget* item, const char*) {
+  if (item && GTK_IS_CHECK_MENU_ITEM(item) &&
+      !gtk_check_menu_item_get_active(GTK_CHECK_MENU_ITEM(item)))
+    return;
+  PICINFO* pic = Get_Picinfo_db(item);
+  if (!pic) return;
+  // A picture without a palette of its own is shown in grey.
+  if (pic->clrmap.size <= 0) load_grey_clrmap(pic);
+  Update_Main(item);
+}
+
+void load_greyscale(GtkWidget* item, const char*) {
+  if (item && GTK_IS_CHECK_MENU_ITEM(item) &&
+      !gtk_check_menu_item_get_active(GTK_CHECK_MENU_ITEM(item)))
+    return;
+  PICINFO* pic = Get_Picinfo_db(item);
+  if (!pic) return;
+  load_grey_clrmap(pic);
+  Update_Main(item);
+}
+
+void sync_menu_items(GtkWidget* window) {
+  GtkWidget* win = main_window(window);
+  if (!win) return;
+  VIEWINFO* view = Get_Viewinfo_db(win);
+  PICINFO* pic = Get_Picinfo_db(win);
+  g_object_set_data(G_OBJECT(win), kSyncing, GINT_TO_POINTER(1));
+  for (const char* const* p = view_item_paths(); *p; p++)
+    Set_Button(win, *p, view_item_state(*p, view));
+  int ch = view_selected_channel(view);
+  Set_Button(win, ch == 0 ? "Channel/False clr" : ("Channel/Ch" + std::to_string(ch)).c_str(), 1);
+  Set_Entry(win, "!Satellite", "%10s", pic->sat_name);
+  g_object_set_data(G_OBJECT(win), kSyncing, nullptr);
 }
 
 int Get_Enable_Update(GtkWidget* window) {
@@ -100,6 +467,8 @@ int Get_Enable_Update(GtkWidget* window) {
 void Set_Enable_Update(GtkWidget* window, int on) {
   if (REDRAW_CTX* ctx = redraw_ctx(window)) ctx->enable_update = on;
 }
+
+void main_mark_start() { g_start_us = g_get_monotonic_time(); }
 
 void Update_Main(GtkWidget* widget) { Update_Main(redraw_ctx(widget)); }
 void Update_Main_Wait(GtkWidget* widget) { Update_Main_Wait(redraw_ctx(widget)); }

@@ -2,15 +2,20 @@
 #include <gtk/gtk.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 
 #include "app/core/options.h"
 #include "app/log.h"
+#include "app/ui_ops.h"
+#include "common/text.h"
 #include "config/prefs_file.h"
 #include "formats/openfile.h"
 #include "formats/picinfo.h"
 #include "gui/mainwnd.h"
+#include "gui/sgtk.h"
+#include "gui/ui_gtk.h"
 #include "reception/recordinfo.h"
 
 namespace {
@@ -25,6 +30,7 @@ void report_open_error(const char* name, int code) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  main_mark_start();
   // 1. The three long-lived records, zero-filled.
   PICINFO* pic = pic_new();
   auto view = std::make_unique<VIEWINFO>();
@@ -41,6 +47,9 @@ int main(int argc, char** argv) {
   rec->rec_chan[0] = '\0';
   Read_Prefs(argv[0]);
   Load_Prefs(rec.get(), view.get(), pic);
+  // The log and the GUI-settings file live in the home directory.
+  if (!prefs.home_dir[0] && std::getenv("HOME"))
+    pava::copy_text(prefs.home_dir, std::getenv("HOME"));
 
   // 6. Command line (help, version and option errors end the process here).
   do_options(argc, argv, pic, view.get(), rec.get());
@@ -83,17 +92,26 @@ int main(int argc, char** argv) {
     return 1;
   }
 
-  // 10. The main window.
+  // 10. The main window; from now on the core reports into it.
+  sgtk_state_load(prefs.home_dir);
   GtkWidget* window = make_gui(pic, view.get(), rec.get());
+  ui_gtk_install();
   Set_Enable_Update(window, 1);
   gtk_widget_show_all(window);
 
   // 11. A command-line recording starts once the main loop runs.
   if (rec->rec_chan[0]) g_idle_add(sched_recordnow, window);
 
+  // 12. Both skip items on.
+  Set_Button(window, "View/Set skip/Use Pre sync", 1);
+  Set_Button(window, "View/Set skip/Use Post sync", 1);
+  gtk_widget_show(window);
+
   // 14. Main loop.
   Update_Main(window);
   gtk_main();
+  sgtk_state_save();
+  ui_install(nullptr);
 
   // 15. Shutdown.
   close_picfile(pic);

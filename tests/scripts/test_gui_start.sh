@@ -11,7 +11,7 @@ cat >"$work/session.sh" <<EOS
 cd "$work"
 "$bin/pava" 2>"$work/stderr" &
 pid=\$!
-win=\$(timeout 20 xdotool search --sync --name '^Pava\$' | head -n 1)
+win=\$(timeout 20 xdotool search --sync --onlyvisible --name '^Pava\$' | head -n 1)
 [ -n "\$win" ] || { echo "no main window"; kill \$pid; exit 1; }
 xdotool windowfocus --sync "\$win" 2>/dev/null
 xdotool key ctrl+q

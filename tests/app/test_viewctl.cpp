@@ -1,0 +1,477 @@
+// What the main window's View and Channel items, zoom keys and mouse do to
+// the view record, the grey stand-in view, the readouts and the messages.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <memory>
+#include <random>
+#include <string>
+
+#include "app/core/viewctl.h"
+#include "display/display_types.h"
+#include "formats/picinfo.h"
+
+namespace {
+
+// A picture of w x h pixels with nrchan channels; sample (x, y) of slot k is
+// value(k, x, y).
+struct Pic {
+  PICINFO* pic = pic_new();
+  Pic(int w, int h, int nrchan = 1) {
+    XLINE* head = nullptr;
+    XLINE* tail = nullptr;
+    for (int y = 0; y < h; y++) {
+      tail = Create_Xline(&head, nrchan, w, tail);
+      for (int k = 0; k < nrchan; k++)
+        for (int x = 0; x < w; x++) tail->line[k][x] = value(k, x, y);
+    }
+    pic_set_lines(pic, head);
+    pic->width = w;
+    pic->height = h;
+    pic->fp = stdin;  // an open picture
+  }
+  ~Pic() {
+    pic->fp = nullptr;
+    pic_delete(pic);
+  }
+  static uint16_t value(int k, int x, int y) { return uint16_t((k * 300 + x * 7 + y * 13) % 1024); }
+};
+
+VIEWINFO* new_view() {
+  auto* v = new VIEWINFO();
+  v->zval.zx = v->zval.zy = 1;
+  v->scan_hor = W_E;
+  v->scan_ver = N_S;
+  v->chan_selected = 1;
+  return v;
+}
+
+TEST(ViewItems, EachCheckItemSetsItsFlag) {
+  struct Row {
+    const char* path;
+    int VIEWINFO::*flag;
+  };
+  // Every plain flag item of the View menu.
+  const Row rows[] = {
+      {"View/Position XY", &VIEWINFO::coordxy},
+      {"View/Invert", &VIEWINFO::invert},
+      {"View/Temperature", &VIEWINFO::map_temp},
+      {"View/Linearize", &VIEWINFO::linearize},
+      {"View/Aspect", &VIEWINFO::keep_xyrel},
+      {"View/Despeckle", &VIEWINFO::despeckle},
+      {"View/Destrip metop, fy3", &VIEWINFO::destrip},
+      {"View/Reed Solomon", &VIEWINFO::reed_solomon},
+      {"View/Mark faulty lines", &VIEWINFO::mark_faulty_lines},
+      {"View/Skip faulty lines", &VIEWINFO::skip_faulty_lines},
+  };
+  for (const Row& r : rows) {
+    SCOPED_TRACE(r.path);
+    std::unique_ptr<VIEWINFO> v(new_view());
+    EXPECT_EQ(view_item_apply(r.path, 1, nullptr, v.get(), nullptr), 0);
+    EXPECT_EQ(v.get()->*r.flag, 1);
+    EXPECT_EQ(view_item_state(r.path, v.get()), 1);
+    EXPECT_EQ(view_item_apply(r.path, 0, nullptr, v.get(), nullptr), 0);
+    EXPECT_EQ(v.get()->*r.flag, 0);
+  }
+}
+
+TEST(ViewItems, NorthBoundAndSkipBits) {
+  std::unique_ptr<VIEWINFO> v(new_view());
+  view_item_apply("View/North bound", 1, nullptr, v.get(), nullptr);
+  EXPECT_EQ(v->scan_hor, E_W);
+  EXPECT_EQ(v->scan_ver, S_N);
+  view_item_apply("View/North bound", 0, nullptr, v.get(), nullptr);
+  EXPECT_EQ(v->scan_hor, W_E);
+  EXPECT_EQ(v->scan_ver, N_S);
+
+  v->mask_skip = 0x101;  // other bits are left alone
+  view_item_apply("View/Set skip/Use Pre sync", 1, nullptr, v.get(), nullptr);
+  EXPECT_EQ(v->mask_skip, 0x10D);
+  view_item_apply("View/Set skip/Use Post sync", 1, nullptr, v.get(), nullptr);
+  EXPECT_EQ(v->mask_skip, 0x1ED);
+  view_item_apply("View/Set skip/Use Pre sync", 0, nullptr, v.get(), nullptr);
+  EXPECT_EQ(v->mask_skip, 0x1E1);
+  EXPECT_EQ(view_item_state("View/Set skip/Use Pre sync", v.get()), 0);
+  EXPECT_EQ(view_item_state("View/Set skip/Use Post sync", v.get()), 1);
+
+  EXPECT_EQ(view_item_apply("View/Nothing", 1, nullptr, v.get(), nullptr), -1);
+  EXPECT_EQ(view_item_state("View/Lum...", v.get()), -1);
+}
+
+TEST(ViewItems, GridAndCoastNeedTimeAndOrbit) {
+  struct Row {
+    int valid_time, orbit_valid;
+    const char* refusal;  // null: accepted
+  };
+  const Row rows[] = {
+      {0, 0, "Valid time: Error\nValid kepler data: Error"},  // nothing known
+      {1, 0, "Valid time: OK\nValid kepler data: Error"},     // no elements
+      {0, 1, "Valid time: Error\nValid kepler data: OK"},     // no line times
+      {1, 1, nullptr},                                        // both valid
+  };
+  for (const char* path : {"View/Grid", "View/Coast"}) {
+    for (const Row& r : rows) {
+      SCOPED_TRACE(std::string(path) + " " + std::to_string(r.valid_time) +
+                   std::to_string(r.orbit_valid));
+      Pic p(4, 4);
+      p.pic->valid_time = r.valid_time;
+      p.pic->orbit.valid = r.orbit_valid;
+      std::unique_ptr<VIEWINFO> v(new_view());
+      std::string msg;
+      int res = view_item_apply(path, 1, p.pic, v.get(), &msg);
+      EXPECT_EQ(res, r.refusal ? 1 : 0);
+      EXPECT_EQ(view_item_state(path, v.get()), r.refusal ? 0 : 1);
+      EXPECT_EQ(msg, r.refusal ? r.refusal : "");
+      // Switching off is always allowed.
+      EXPECT_EQ(view_item_apply(path, 0, p.pic, v.get(), &msg), 0);
+    }
+  }
+  // No picture at all is refused the same way.
+  std::unique_ptr<VIEWINFO> v(new_view());
+  std::string msg;
+  EXPECT_EQ(view_item_apply("View/Grid", 1, nullptr, v.get(), &msg), 1);
+}
+
+TEST(ViewItems, PathListIsTheMenusCheckItems) {
+  int n = 0;
+  for (const char* const* p = view_item_paths(); *p; p++, n++) {
+    std::unique_ptr<VIEWINFO> v(new_view());
+    EXPECT_GE(view_item_state(*p, v.get()), 0) << *p;
+  }
+  EXPECT_EQ(n, 15);
+}
+
+TEST(Channel, MenuChoice) {
+  std::unique_ptr<VIEWINFO> v(new_view());
+  EXPECT_EQ(view_select_channel(v.get(), 3), 0);
+  EXPECT_EQ(v->chan_selected, 3);
+  EXPECT_EQ(v->process_data, 0);
+  for (int i = 0; i < 26; i++) EXPECT_EQ(v->channel_selected[i], i == 3 ? 1 : 0);
+  EXPECT_EQ(view_selected_channel(v.get()), 3);
+  EXPECT_EQ(view_select_channel(v.get(), 0), 0);
+  EXPECT_EQ(v->process_data, 1);
+  EXPECT_EQ(view_selected_channel(v.get()), 0);
+  EXPECT_EQ(view_select_channel(v.get(), 11), -1);
+  EXPECT_EQ(view_select_channel(v.get(), -1), -1);
+
+  struct Row {
+    const char* path;
+    int ch;
+  };
+  const Row rows[] = {{"Channel/False clr", 0}, {"Channel/Ch1", 1}, {"Channel/Ch10", 10},
+                      {"Channel/Ch11", -1},     {"Channel/Ch", -1}, {"View/Grid", -1}};
+  for (const Row& r : rows) EXPECT_EQ(view_channel_of_path(r.path), r.ch) << r.path;
+}
+
+TEST(Zoom, CorrectKeepsTheViewInsideThePicture) {
+  Pic p(200, 100);
+  std::unique_ptr<VIEWINFO> v(new_view());
+  v->zval.zx = 0.5f;  // less than the whole picture
+  v->zval.zy = 1e9f;  // far past the largest zoom
+  v->zval.ox = -5;
+  v->zval.oy = 1000;
+  correct_zoomval(v.get(), p.pic, 400, 100);
+  EXPECT_FLOAT_EQ(v->zval.zx, 1);
+  EXPECT_FLOAT_EQ(v->zval.dx, 2);  // 400 screen pixels over 200
+  EXPECT_FLOAT_EQ(v->zval.dy, VIEW_MAX_PIXZOOM);
+  EXPECT_EQ(v->zval.ox, 0);
+  EXPECT_EQ(v->zval.oy, 100 - int(std::lround(100 / v->zval.zy)));
+
+  // NaN from a broken computation falls back to the whole picture.
+  v->zval.zx = NAN;
+  correct_zoomval(v.get(), p.pic, 400, 100);
+  EXPECT_FLOAT_EQ(v->zval.zx, 1);
+
+  // Without a picture or screen: neutral values.
+  correct_zoomval(v.get(), nullptr, 400, 100);
+  EXPECT_FLOAT_EQ(v->zval.zx, 1);
+  EXPECT_FLOAT_EQ(v->zval.dx, 0);
+}
+
+TEST(Zoom, AspectGivesEqualScales) {
+  Pic p(200, 1000);
+  std::unique_ptr<VIEWINFO> v(new_view());
+  v->keep_xyrel = 1;
+  correct_zoomval(v.get(), p.pic, 400, 300);
+  EXPECT_FLOAT_EQ(v->zval.dx, v->zval.dy);
+  EXPECT_FLOAT_EQ(v->zval.dx, 2);
+  // A wide picture: y can't follow x (it would show more than the whole
+  // height), so x follows y.
+  Pic wide(1000, 100);
+  std::unique_ptr<VIEWINFO> w(new_view());
+  w->keep_xyrel = 1;
+  correct_zoomval(w.get(), wide.pic, 400, 300);
+  EXPECT_FLOAT_EQ(w->zval.dx, w->zval.dy);
+  EXPECT_FLOAT_EQ(w->zval.dy, 3);
+}
+
+TEST(Zoom, Keys) {
+  Pic p(400, 300);
+  const int sw = 400, sh = 300;
+  std::unique_ptr<VIEWINFO> v(new_view());
+  correct_zoomval(v.get(), p.pic, sw, sh);
+
+  // In about the centre: the centre stays, the factor is the zoom step.
+  ASSERT_EQ(zoom_key(v.get(), p.pic, sw, sh, 'i'), 0);
+  EXPECT_FLOAT_EQ(v->zval.zx, 2);
+  EXPECT_FLOAT_EQ(v->zval.zy, 2);
+  EXPECT_EQ(v->zval.ox, 100);
+  EXPECT_EQ(v->zval.oy, 75);
+  EXPECT_FLOAT_EQ(v->zval_pre.zx, 1);
+  // Out returns to the whole picture.
+  zoom_key(v.get(), p.pic, sw, sh, 'o');
+  EXPECT_FLOAT_EQ(v->zval.zx, 1);
+  EXPECT_EQ(v->zval.ox, 0);
+  // Last swaps current and previous.
+  zoom_key(v.get(), p.pic, sw, sh, 'l');
+  EXPECT_FLOAT_EQ(v->zval.zx, 2);
+  EXPECT_FLOAT_EQ(v->zval_pre.zx, 1);
+  // The zoom step follows the fixed zoom factor.
+  v->fix_zoomfactor = 4;
+  zoom_key(v.get(), p.pic, sw, sh, 'f');
+  zoom_key(v.get(), p.pic, sw, sh, 'i');
+  EXPECT_FLOAT_EQ(v->zval.zx, 4);
+
+  // dx->dy: y takes the x scale; dy->dx the reverse.
+  zoom_key(v.get(), p.pic, sw, sh, 'f');
+  v->zval.zx = 3;
+  zoom_key(v.get(), p.pic, sw, sh, 'c');
+  EXPECT_FLOAT_EQ(v->zval.dy, v->zval.dx);
+  v->zval.zy = 5;
+  zoom_key(v.get(), p.pic, sw, sh, 'C');
+  EXPECT_FLOAT_EQ(v->zval.dx, v->zval.dy);
+  // zx->zy and zy->zx copy the factors.
+  v->zval.zx = 2;
+  v->zval.zy = 6;
+  zoom_key(v.get(), p.pic, sw, sh, 'x');
+  EXPECT_FLOAT_EQ(v->zval.zy, 2);
+  v->zval.zy = 6;
+  zoom_key(v.get(), p.pic, sw, sh, 'y');
+  EXPECT_FLOAT_EQ(v->zval.zx, 6);
+  // f: whole picture.
+  zoom_key(v.get(), p.pic, sw, sh, 'f');
+  EXPECT_FLOAT_EQ(v->zval.zx, 1);
+  EXPECT_FLOAT_EQ(v->zval.zy, 1);
+  EXPECT_EQ(v->zval.ox, 0);
+  EXPECT_EQ(zoom_key(v.get(), p.pic, sw, sh, 'q'), -1);
+}
+
+TEST(Zoom, MenuPathsNameTheirKeys) {
+  struct Row {
+    const char* path;
+    int key;
+  };
+  const Row rows[] = {{"Zoom/100% (f)", 'f'},   {"Zoom/In (i)", 'i'},     {"Zoom/Out (o)", 'o'},
+                      {"Zoom/Var (z)", 'z'},    {"Zoom/Fix (ctrl)", 'F'}, {"Zoom/Last (l)", 'l'},
+                      {"Zoom/dx->dy (c)", 'c'}, {"Zoom/dy->dx (C)", 'C'}, {"Zoom/zx->zy", 'x'},
+                      {"Zoom/zy->zx", 'y'},     {"Zoom/Values...", 0},    {"View/Grid", 0}};
+  for (const Row& r : rows) EXPECT_EQ(zoom_key_of_path(r.path), r.key) << r.path;
+}
+
+TEST(Zoom, FixedZoomKeepsThePointUnderTheMouse) {
+  std::mt19937 rng(1234);  // fixed seed
+  Pic p(2048, 600);
+  const int sw = 640, sh = 480;
+  for (int i = 0; i < 200; i++) {
+    std::unique_ptr<VIEWINFO> v(new_view());
+    int sx = int(rng() % sw), sy = int(rng() % sh);
+    float f = 1.5f + float(rng() % 4);
+    // Start from the whole picture: zooming in never hits the edges' clamp in
+    // a way that moves the point by more than a screen pixel.
+    correct_zoomval(v.get(), p.pic, sw, sh);
+    int px0, py0, px1, py1;
+    view_scr2pic(v.get(), p.pic, sw, sh, sx, sy, &px0, &py0);
+    zoom_at(v.get(), p.pic, sw, sh, sx, sy, f);
+    view_scr2pic(v.get(), p.pic, sw, sh, sx, sy, &px1, &py1);
+    SCOPED_TRACE("seed 1234 case " + std::to_string(i));
+    EXPECT_NEAR(px1, px0, 1 + 1 / v->zval.dx);
+    EXPECT_NEAR(py1, py0, 1 + 1 / v->zval.dy);
+  }
+}
+
+TEST(Zoom, RectangleAndPan) {
+  Pic p(400, 300);
+  const int sw = 400, sh = 300;  // one screen pixel per picture pixel at 100%
+  std::unique_ptr<VIEWINFO> v(new_view());
+  correct_zoomval(v.get(), p.pic, sw, sh);
+  // A tiny rectangle is a click, not a zoom.
+  EXPECT_EQ(zoom_rect(v.get(), p.pic, sw, sh, 10, 10, 11, 30), 1);
+  EXPECT_FLOAT_EQ(v->zval.zx, 1);
+  // Corners in either order.
+  EXPECT_EQ(zoom_rect(v.get(), p.pic, sw, sh, 299, 174, 100, 75), 0);
+  EXPECT_EQ(v->zval.ox, 100);
+  EXPECT_EQ(v->zval.oy, 75);
+  EXPECT_FLOAT_EQ(v->zval.zx, 2);
+  EXPECT_FLOAT_EQ(v->zval.zy, 3);
+  EXPECT_FLOAT_EQ(v->zval_pre.zx, 1);
+
+  // Dragging right by 20 screen pixels (2 per picture pixel) shows what is 10
+  // pixels further left.
+  zoom_pan(v.get(), p.pic, sw, sh, 20, 0);
+  EXPECT_EQ(v->zval.ox, 90);
+  // Mirrored: the picture still follows the mouse.
+  v->scan_hor = E_W;
+  zoom_pan(v.get(), p.pic, sw, sh, 20, 0);
+  EXPECT_EQ(v->zval.ox, 100);
+  // Never past the edges.
+  zoom_pan(v.get(), p.pic, sw, sh, -100000, 100000);
+  EXPECT_EQ(v->zval.ox, 0);
+  EXPECT_EQ(v->zval.oy, 0);
+}
+
+TEST(ScreenToPicture, CornersWithMirroring) {
+  Pic p(100, 50);
+  const int sw = 200, sh = 100;
+  struct Row {
+    SCANDIR hor, ver;
+    int sx, sy, px, py;
+  };
+  const Row rows[] = {
+      {W_E, N_S, 0, 0, 0, 0},       // plain: top left is the first pixel
+      {W_E, N_S, 199, 99, 99, 49},  // bottom right the last
+      {E_W, N_S, 0, 0, 99, 0},      // mirrored left-right
+      {W_E, S_N, 0, 0, 0, 49},      // north bound: first screen row is the last line
+      {E_W, S_N, 199, 99, 0, 0},    // both
+      {W_E, N_S, 101, 51, 50, 25},  // two screen pixels per picture pixel
+  };
+  for (const Row& r : rows) {
+    std::unique_ptr<VIEWINFO> v(new_view());
+    v->scan_hor = r.hor;
+    v->scan_ver = r.ver;
+    correct_zoomval(v.get(), p.pic, sw, sh);
+    int px, py;
+    EXPECT_EQ(view_scr2pic(v.get(), p.pic, sw, sh, r.sx, r.sy, &px, &py), 1);
+    EXPECT_EQ(px, r.px) << r.hor << r.ver << " " << r.sx << "," << r.sy;
+    EXPECT_EQ(py, r.py) << r.hor << r.ver << " " << r.sx << "," << r.sy;
+  }
+  std::unique_ptr<VIEWINFO> v(new_view());
+  int px, py;
+  EXPECT_EQ(view_scr2pic(v.get(), nullptr, sw, sh, 0, 0, &px, &py), 0);
+  EXPECT_EQ(view_scr2pic(v.get(), p.pic, 0, 0, 0, 0, &px, &py), 0);
+}
+
+TEST(GreyView, OneScreenPixelPerSample) {
+  Pic p(64, 32, 3);
+  std::unique_ptr<VIEWINFO> v(new_view());
+  std::vector<uint8_t> rgb(64 * 32 * 3);
+  for (int ch : {1, 3}) {
+    view_select_channel(v.get(), ch);
+    correct_zoomval(v.get(), p.pic, 64, 32);
+    ASSERT_EQ(render_grey(p.pic, v.get(), 64, 32, rgb.data()), 0);
+    for (int y = 0; y < 32; y++)
+      for (int x = 0; x < 64; x++) {
+        uint8_t g = uint8_t(Pic::value(ch - 1, x, y) >> 2);
+        const uint8_t* px = &rgb[(size_t(y) * 64 + size_t(x)) * 3];
+        ASSERT_EQ(px[0], g) << "ch " << ch << " at " << x << "," << y;
+        ASSERT_EQ(px[1], g);
+        ASSERT_EQ(px[2], g);
+      }
+  }
+  // Mirrored both ways: pixel (0,0) of the screen is the picture's last.
+  view_item_apply("View/North bound", 1, p.pic, v.get(), nullptr);
+  render_grey(p.pic, v.get(), 64, 32, rgb.data());
+  EXPECT_EQ(rgb[0], uint8_t(Pic::value(2, 63, 31) >> 2));
+}
+
+TEST(GreyView, ChannelSlotsFollowTheRecordedChannels) {
+  Pic p(8, 8, 2);
+  // Channels 2 and 4 recorded: they are slots 0 and 1.
+  p.pic->channels_recorded[2] = p.pic->channels_recorded[4] = 1;
+  EXPECT_EQ(view_channel_slot(p.pic, 2), 0);
+  EXPECT_EQ(view_channel_slot(p.pic, 4), 1);
+  EXPECT_EQ(view_channel_slot(p.pic, 3), -1);
+  EXPECT_EQ(view_channel_slot(p.pic, 0), -1);
+  EXPECT_EQ(view_channel_slot(p.pic, 26), -1);
+  // A channel that is not recorded is drawn black, never read past the line.
+  std::unique_ptr<VIEWINFO> v(new_view());
+  view_select_channel(v.get(), 3);
+  std::vector<uint8_t> rgb(8 * 8 * 3, 7);
+  correct_zoomval(v.get(), p.pic, 8, 8);
+  render_grey(p.pic, v.get(), 8, 8, rgb.data());
+  for (uint8_t b : rgb) ASSERT_EQ(b, 0);
+}
+
+TEST(GreyView, ShortPictureAndNoPicture) {
+  // Fewer lines than the header says (a recording in progress): rows past
+  // the last line stay black.
+  Pic p(16, 4);
+  p.pic->height = 8;
+  std::unique_ptr<VIEWINFO> v(new_view());
+  std::vector<uint8_t> rgb(16 * 8 * 3, 7);
+  correct_zoomval(v.get(), p.pic, 16, 8);
+  ASSERT_EQ(render_grey(p.pic, v.get(), 16, 8, rgb.data()), 0);
+  EXPECT_EQ(rgb[(size_t(7) * 16) * 3], 0);
+  EXPECT_EQ(rgb[(size_t(1) * 16 + 1) * 3], uint8_t(Pic::value(0, 1, 1) >> 2));
+  EXPECT_EQ(render_grey(nullptr, v.get(), 16, 8, rgb.data()), 1);
+  EXPECT_EQ(render_grey(p.pic, v.get(), 0, 8, rgb.data()), 1);
+}
+
+TEST(Readout, PositionAndPixel) {
+  Pic p(100, 50);
+  std::unique_ptr<VIEWINFO> v(new_view());
+  correct_zoomval(v.get(), p.pic, 100, 50);
+  std::string pos, pix;
+  ASSERT_EQ(view_readout(v.get(), p.pic, 100, 50, 3, 5, &pos, &pix), 1);
+  EXPECT_EQ(pos, "x= 3.00,y= 5.00");
+  char want[20];
+  std::snprintf(want, sizeof want, "%8d", Pic::value(0, 3, 5));
+  EXPECT_EQ(pix, want);
+
+  // With an orbit the position is longitude and latitude in degrees, unless
+  // "Position XY" asks for picture coordinates.
+  p.pic->orbit.valid = 1;
+  XLINE* l = pic_line(p.pic, 5);
+  l->pos[3].lon = float(M_PI / 4);
+  l->pos[3].lat = float(-M_PI / 6);
+  view_readout(v.get(), p.pic, 100, 50, 3, 5, &pos, &pix);
+  EXPECT_EQ(pos, "x=45.00,y=-30.00");
+  v->coordxy = 1;
+  view_readout(v.get(), p.pic, 100, 50, 3, 5, &pos, &pix);
+  EXPECT_EQ(pos, "x= 3.00,y= 5.00");
+
+  // Outside the picture: empty readouts.
+  EXPECT_EQ(view_readout(v.get(), nullptr, 100, 50, 3, 5, &pos, &pix), 0);
+  EXPECT_EQ(pos, "");
+  EXPECT_EQ(pix, "");
+}
+
+TEST(Messages, OpenFileResults) {
+  Pic p(1, 1);
+  std::strcpy(p.pic->file_name, "x.gif");
+  p.pic->depth = 24;
+  struct Row {
+    int code;
+    std::vector<std::string> texts;
+  };
+  const Row rows[] = {
+      {0, {}},
+      // Depth gives two boxes, by design.
+      {100, {"Depth=24 currently not supported.\n", "read problem in x.gif.\n"}},
+      {111, {"Can't open file."}},
+      {112, {"No picture found in x.gif.\n"}},
+      {114, {"read problem in x.gif.\n"}},
+      {116, {"Unknown file type of \nx.gif.\n"}},
+      {'e', {"Unknown error 101 (e).\n"}},
+      {-3, {"Unknown error -3 (?).\n"}},  // not a character: never a cut text
+  };
+  for (const Row& r : rows) EXPECT_EQ(open_file_messages(r.code, p.pic), r.texts) << r.code;
+}
+
+TEST(Messages, MainTitle) {
+  Pic p(1, 1);
+  EXPECT_EQ(main_title(nullptr), "Pava");
+  std::strcpy(p.pic->file_name, "/data/pass/noaa19.hpt");
+  EXPECT_EQ(main_title(p.pic), "Pava    File noaa19.hpt");
+  // 86 characters plus 4 reach 90: too long.
+  std::string longname = "/d/" + std::string(86, 'n');
+  std::strcpy(p.pic->file_name, longname.c_str());
+  EXPECT_EQ(main_title(p.pic), "Pava    File (name too long!)");
+  std::string fits = "/d/" + std::string(85, 'n');
+  std::strcpy(p.pic->file_name, fits.c_str());
+  EXPECT_EQ(main_title(p.pic), "Pava    File " + std::string(85, 'n'));
+  p.pic->fp = nullptr;  // closed
+  EXPECT_EQ(main_title(p.pic), "Pava");
+}
+
+}  // namespace

@@ -1,0 +1,34 @@
+#!/usr/bin/env bash
+# The main window's menus driven by keyboard: View/Grid and View/Coast are
+# refused without a valid time and orbit ("Error" box with both findings),
+# Help/Prog info, an item of later work ("Info" box), File/Open... opens the
+# file selector "Open", and message boxes are logged under -log.
+set -u
+BIN=$1
+. "$(dirname "$0")/gui_common.sh"
+BODY=$(cat <<'EOS'
+for item in 2 3; do   # View/Grid, View/Coast
+  menu 2 $item
+  box=$(wait_window Error) || fail "no Error box for View item $item"
+  xdotool windowfocus --sync "$box" 2>/dev/null
+  xdotool key Return   # the box's OK button has the focus
+  gone_window Error || fail "Error box did not close"
+done
+menu 6 1               # Help/Prog info
+box=$(wait_window "Program info") || fail "no Program info box"
+xdotool windowclose "$box" 2>/dev/null || xdotool windowunmap "$box"
+menu 1 2               # Edit/Kepler...
+wait_window Info >/dev/null || fail "no Info box for Edit/Kepler..."
+menu 0 1               # File/Open...
+sel=$(wait_window Open) || fail "no file selector"
+xdotool windowfocus --sync "$sel" 2>/dev/null
+xdotool key Escape
+gone_window Open || fail "file selector did not close"
+# The refusals went to the log with their text.
+grep -c 'Error: Valid time: Error' pava.log | grep -qx 2 || fail "refusals not logged: $(cat pava.log)"
+grep -q '^Valid kepler data: Error' pava.log || fail "second line of the refusal missing"
+grep -q 'Info: Not available yet.' pava.log || fail "Info box not logged"
+grep -q 'Program info: Pava' pava.log || fail "Program info not logged"
+EOS
+)
+gui_session -log
