@@ -30,8 +30,10 @@ inline Plain decode_with(const std::string& tool, const std::string& file) {
   in >> magic;
   p.nch = magic == "P3" ? 3 : 1;
   in >> p.width >> p.height;
-  if (magic != "P1") in >> p.maxval;
-  else p.maxval = 1;
+  if (magic != "P1")
+    in >> p.maxval;
+  else
+    p.maxval = 1;
   p.v.resize(size_t(p.width) * size_t(p.height) * size_t(p.nch));
   if (magic == "P1") {
     // Plain PBM digits may run together; 1 is black.

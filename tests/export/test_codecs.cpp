@@ -31,7 +31,8 @@ Image photo(int w, int h, int maxv, uint32_t seed) {
   for (int y = 0; y < h; y++)
     for (int x = 0; x < w; x++) {
       auto f = [&](double ph) {
-        double v = 0.5 + 0.3 * std::sin(x * 0.05 + ph) * std::cos(y * 0.07) + 0.15 * std::sin(x * y * 1e-3);
+        double v = 0.5 + 0.3 * std::sin(x * 0.05 + ph) * std::cos(y * 0.07) +
+                   0.15 * std::sin(x * y * 1e-3);
         return uint16_t(std::clamp(int(v * maxv + noise(rng)), 0, maxv));
       };
       im.r.push_back(f(0));
@@ -107,8 +108,8 @@ TEST(PpmWriter, ColourAndGreyDecodeToTheInputClampedTo255) {
 namespace {
 
 // Writes indices (0..2^depth-1, w x h) packed 8/depth to a byte as a GIF.
-std::string write_gif(const TempDir& d, const std::string& name, const std::vector<int>& idx,
-                      int w, int h, int depth) {
+std::string write_gif(const TempDir& d, const std::string& name, const std::vector<int>& idx, int w,
+                      int h, int depth) {
   const int per = 8 / depth;
   const int wb = (w + per - 1) / per;
   std::string f = d.file(name);
@@ -202,7 +203,8 @@ TEST(GifWriter, RandomAndPhotoInputsOfDepth1To8DecodeExactly) {
       for (size_t i = 0; i < idx.size(); i++) {
         int want = idx[i] * 255 / std::max(1, maxv);
         if (p.maxval == 1) want = idx[i];
-        ASSERT_EQ(p.v[i * size_t(p.nch)], want) << "depth " << depth << " seed " << seed << " px " << i;
+        ASSERT_EQ(p.v[i * size_t(p.nch)], want)
+            << "depth " << depth << " seed " << seed << " px " << i;
       }
     }
 }
@@ -229,7 +231,8 @@ TEST(GifWriter, LargeNoiseFillsTheTableRestartsWithClearAndDecodes) {
   EXPECT_GE(clears, 3) << "seed " << seed;
   auto p = decode_with("giftopnm", f);
   ASSERT_TRUE(p.ok);
-  for (size_t i = 0; i < idx.size(); i++) ASSERT_EQ(p.v[i], idx[i]) << "seed " << seed << " px " << i;
+  for (size_t i = 0; i < idx.size(); i++)
+    ASSERT_EQ(p.v[i], idx[i]) << "seed " << seed << " px " << i;
 }
 
 TEST(GifWriter, StreamEndsWithEndZeroTerminatorAndTrailer) {
@@ -242,7 +245,7 @@ TEST(GifWriter, StreamEndsWithEndZeroTerminatorAndTrailer) {
   EXPECT_EQ(s.substr(13, 768), s.substr(13 + 768 + 10, 768));
   Codes c = gif_codes(s);
   ASSERT_GE(c.codes.size(), 3u);
-  EXPECT_EQ(c.codes[0], 256);                  // Clear first
+  EXPECT_EQ(c.codes[0], 256);                   // Clear first
   EXPECT_EQ(c.codes[c.codes.size() - 2], 257);  // End
   EXPECT_EQ(c.codes.back(), 0);                 // then a zero code
   EXPECT_EQ(c.trailer, std::string("\0;", 2));  // block terminator and ';'
@@ -405,7 +408,8 @@ TEST(ImageReaders, SavedFilesOpenAgainWithTheirPixels) {
               gif = d.file("a.gif");
   FILE* fp = std::fopen(pgm.c_str(), "wb");
   ppm_write_header(fp, FT_PGM, im.w, im.h, 255);
-  for (int y = 0; y < im.h; y++) ppm_write_line(fp, FT_PGM, 8, im.w, &im.r[size_t(y * im.w)], nullptr, nullptr);
+  for (int y = 0; y < im.h; y++)
+    ppm_write_line(fp, FT_PGM, 8, im.w, &im.r[size_t(y * im.w)], nullptr, nullptr);
   std::fclose(fp);
   fp = std::fopen(ppm.c_str(), "wb");
   ppm_write_header(fp, FT_PPM, im.w, im.h, 255);
@@ -467,7 +471,8 @@ TEST(ImageReaders, PgmCommentsSixteenBitAndInterlacedGif) {
   for (int y = 0; y < 19; y++)
     for (int x = 0; x < 7; x++) g += char(y * 13 + x);
   testutil::write_file(d.file("i.pgm"), g);
-  auto r = testutil::run({"/usr/bin/convert", d.file("i.pgm"), "-interlace", "GIF", d.file("i.gif")});
+  auto r =
+      testutil::run({"/usr/bin/convert", d.file("i.pgm"), "-interlace", "GIF", d.file("i.gif")});
   ASSERT_EQ(r.status, 0) << r.err;
   auto id = testutil::run({"/usr/bin/identify", "-format", "%[interlace]", d.file("i.gif")});
   ASSERT_EQ(id.out, "GIF") << "not interlaced";
@@ -495,7 +500,8 @@ TEST(ImageReaders, DamagedHeadersAreRejectedWithoutLargeAllocations) {
       {"P5\n1 1\n65535\n\x01\x02", 'd', "16-bit depth not supported"},
       {"P5\n# only a comment", 'r', "no size"},
       {std::string("\x59\xa6\x6a\x95\0\0\0\0", 8) + std::string(8, '\0'), 'r', "SUN header cut"},
-      {std::string("GIF87a\xff\xff\xff\xff\0\0\0,\0\0\0\0\xff\xff\xff\xff\0\x08\x02\x4c\x01\0;", 28),
+      {std::string("GIF87a\xff\xff\xff\xff\0\0\0,\0\0\0\0\xff\xff\xff\xff\0\x08\x02\x4c\x01\0;",
+                   28),
        'r', "GIF of 65535 x 65535 with three data bytes"},
       {std::string("GIF89a\x01\0\x01\0\0\0\0;", 14), 'p', "GIF without an image"},
   };
