@@ -116,8 +116,10 @@ int png_write_header(PNGENC** out, FILE* fp, int width, int height, PNG_KIND kin
   if (!e->info) return e->failed = true, -1;
   if (setjmp(png_jmpbuf(e->png))) return e->failed = true, -1;
   png_init_io(e->png, fp);
-  // Pictures compress well enough at a fast level; saving a pass stays quick.
-  png_set_compression_level(e->png, 3);
+  // A fast deflate level with the "Sub" filter alone: a full pass saves in
+  // about a second, at a size close to that of the slow settings.
+  png_set_compression_level(e->png, 1);
+  png_set_filter(e->png, PNG_FILTER_TYPE_BASE, PNG_FILTER_SUB);
   const int ctype = kind == PNG_RGB8 ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_GRAY;
   png_set_IHDR(e->png, e->info, png_uint_32(width), png_uint_32(height),
                kind == PNG_GREY16 ? 16 : 8, ctype, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
