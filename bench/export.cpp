@@ -40,7 +40,8 @@ Pass& pass() {
   for (int y = 0; y < 5400; y++) {
     const XLINE* s = pic_line(p.pic, y % n0);
     tail = Create_Xline(&head, s->nrchan, s->width, tail);
-    for (int c = 0; c < s->nrchan; c++) std::memcpy(tail->line[c], s->line[c], size_t(s->width) * 2);
+    for (int c = 0; c < s->nrchan; c++)
+      std::memcpy(tail->line[c], s->line[c], size_t(s->width) * 2);
     std::memcpy(tail->line_hdr, s->line_hdr, 750 * 2);
   }
   pic_set_lines(p.pic, head);
@@ -88,7 +89,8 @@ void BM_EncodeDrawnPng(benchmark::State& state) {
   VIEWINFO v = *p.view;
   draw_pic(p.pic, &v, p.pic->width, p.pic->height, &img);
   std::string f = p.dir + "/peer.png";
-  for (auto _ : state) benchmark::DoNotOptimize(png_write_rgb(f.c_str(), img.width, img.height, img.rgb.data()));
+  for (auto _ : state)
+    benchmark::DoNotOptimize(png_write_rgb(f.c_str(), img.width, img.height, img.rgb.data()));
   std::remove(f.c_str());
 }
 

@@ -483,3 +483,46 @@ TEST(CliExport, TypesOfARecordingAndBadArguments) {
   EXPECT_NE(res.status, 0);
   EXPECT_NE(res.err.find("Can't open file"), std::string::npos) << res.err;
 }
+
+TEST(SaveRaw, OtherRawFamiliesAndMultiChannelImages) {
+  FakeUi fake;
+  TempDir d;
+  Opened src;
+  ASSERT_EQ(src.open(recording()), 0);
+  // Rows: destination; channels kept in the reopened file; their width.
+  struct Row {
+    FILE_TYPE type;
+    int nch, width;
+  } rows[] = {{FT_MHRPT1, 5, 1540}, {FT_CHRPT, 5, 2048}};
+  for (const Row& r : rows) {
+    SAVEOPTS o;
+    o.type = r.type;
+    for (int c = 1; c <= 5; c++) o.channels[c] = 1;
+    o.dir = d.path();
+    std::vector<std::string> written;
+    ASSERT_EQ(save_picture(src.pic, src.view, &o, &written), SAVE_OK);
+    Opened back;
+    ASSERT_EQ(back.open(written[0]), 0) << written[0];
+    EXPECT_EQ(back.pic->file_type, r.type);
+    ASSERT_GE(back.pic->height, 20) << written[0];
+    for (int y = 0; y < 20; y++) {
+      const XLINE* a = pic_line(src.pic, y);
+      const XLINE* b = pic_line(back.pic, y);
+      for (int c = 0; c < r.nch; c++)
+        for (int p = 0; p < r.width; p++)
+          ASSERT_EQ(b->line[c][p], a->line[c][p]) << written[0] << " " << y << " " << c << " " << p;
+    }
+  }
+  // Multi-channel: one grey file a channel, named by its channel.
+  SAVEOPTS o;
+  o.type = FT_PGM1;
+  o.channels[2] = o.channels[4] = 1;
+  o.multi_channel = 1;
+  o.dir = d.path();
+  std::vector<std::string> written;
+  ASSERT_EQ(save_picture(src.pic, src.view, &o, &written), SAVE_OK);
+  ASSERT_EQ(written.size(), 2u);
+  EXPECT_NE(written[0].find("_c2.pgm"), std::string::npos);
+  EXPECT_NE(written[1].find("_c4.pgm"), std::string::npos);
+  EXPECT_NE(testutil::read_file(written[0]), testutil::read_file(written[1]));
+}

@@ -105,7 +105,7 @@ void cmd_export(const ExportArgs& a) {
   }
   if ((a.grid || a.coast) && !pic->orbit.valid)
     ui().message(DRAW_MSG_TITLE, "No orbit data available.");
-  if (is_dir(a.out))
+  if (is_dir(a.out) || a.multi)
     o.dir = a.out;
   else
     o.new_name = a.out;
