@@ -542,8 +542,7 @@ int Save_it(PICINFO* src, PICINFO* dst, VIEWINFO* sview, const SAVEOPTS* opts, c
     if (r != 0) return fail(SAVE_WRITE_ERR);
     std::fseek(dst->fp, 0, SEEK_END);
   }
-  if (cancelled &&
-      (dst->file_type == FT_JPEG || dst->file_type == FT_PNG || dst->file_type == FT_GIF)) {
+  if (cancelled && (dst->file_type == FT_JPEG || dst->file_type == FT_PNG)) {
     // Compressed streams can't be shortened afterwards: the missing lines are
     // written black so that the file stays valid.
     std::fill(R.begin(), R.end(), 0);
@@ -553,6 +552,15 @@ int Save_it(PICINFO* src, PICINFO* dst, VIEWINFO* sview, const SAVEOPTS* opts, c
       if (write_line(dst, &st, R.data(), G.data(), B.data()) != 0) return fail(SAVE_WRITE_ERR);
   }
   if (write_finish(dst, &st) != 0) return fail(SAVE_WRITE_ERR);
+  if (cancelled && dst->file_type == FT_GIF) {
+    // The stream ends after the lines written: both heights (screen and
+    // image descriptor) are set to them.
+    uint8_t h[2] = {uint8_t(done & 0xff), uint8_t(done >> 8)};
+    const long desc_h = 13 + 3L * 256 + 7;
+    if (std::fseek(dst->fp, 8, SEEK_SET) != 0 || std::fwrite(h, 1, 2, dst->fp) != 2 ||
+        std::fseek(dst->fp, desc_h, SEEK_SET) != 0 || std::fwrite(h, 1, 2, dst->fp) != 2)
+      return fail(SAVE_WRITE_ERR);
+  }
   if (raw) rewrite_raw_header(dst, done, fname);
   if (std::fflush(dst->fp) != 0 || std::ferror(dst->fp)) return fail(SAVE_WRITE_ERR);
   if (std::fclose(dst->fp) != 0) {

@@ -387,9 +387,9 @@ TEST(SaveFailures, CancelledSaveKeepsAValidShorterFile) {
   TempDir d;
   auto pic = dtest::make_picture(16, 120, 1, [](int, int x, int y) { return (x + y) % 256; });
   std::unique_ptr<VIEWINFO> view(dtest::make_view());
-  // Rows: type; decoder. PPM/PGM and SUN keep the lines written; compressed
-  // files are completed with black lines.
-  for (FILE_TYPE t : {FT_PGM1, FT_PNG, FT_HRPT}) {
+  // PPM/PGM, SUN, GIF and raw files keep the lines written (their headers
+  // rewritten); JPEG and PNG are completed with black lines.
+  for (FILE_TYPE t : {FT_PGM1, FT_PNG, FT_HRPT, FT_GIF, FT_SUN}) {
     g_cancel_after = 10;
     g_progress_calls = 0;
     SAVEOPTS o;
@@ -410,6 +410,11 @@ TEST(SaveFailures, CancelledSaveKeepsAValidShorterFile) {
     } else {
       ASSERT_EQ(back.open(written[0]), 0) << written[0];
       EXPECT_EQ(back.pic->height, 10);
+      if (t == FT_GIF) {
+        auto p = decode_with("giftopnm", written[0]);
+        ASSERT_TRUE(p.ok);
+        EXPECT_EQ(p.height, 10);
+      }
     }
   }
 }
