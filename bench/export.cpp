@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -50,7 +51,12 @@ Pass& pass() {
   p.view->process_data = 1;
   set_std_falseclr(FT_HRPT, &p.view->cmhc);
   char tmpl[] = "/tmp/pava-bench-XXXXXX";
-  p.dir = mkdtemp(tmpl) ? tmpl : "/tmp";
+  if (mkdtemp(tmpl)) {
+    p.dir = tmpl;
+    std::atexit([] { rmdir(pass().dir.c_str()); });
+  } else {
+    p.dir = "/tmp";
+  }
   return p;
 }
 
