@@ -6,7 +6,7 @@ const char* const kFileTypes[] = {
     "FT_PGM1",        "FT_GIF",           "FT_JPEG",    "FT_HRPT",  "FT_QNOAA20", "FT_QNOAA21",
     "FT_CHRPT",       "FT_SEAWIF",        "FT_HRI",     "FT_HPT",   "FT_CHPT",    "FT_MHRPT1",
     "FT_MHRPT1N",     "FT_MHRPT2",        "FT_MHRPT2N", "FT_METOP", "FT_FY3",     "FT_AQUA",
-    "FT_LRIT",        "FT_IQTEST"};
+    "FT_LRIT",        "FT_IQTEST",        "FT_PNG"};
 const char* const kSatTypes[] = {"sat_unk", "HRPT",    "QNOAA20", "QNOAA21", "CHRPT", "M1HRPT",
                                  "M2HRPT",  "SEASTAR", "HRI",     "LRIT",    "FY3",   "FY3AB",
                                  "FY3C",    "FY3D",    "METOP",   "AQUA",    "IQTEST"};

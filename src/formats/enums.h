@@ -48,7 +48,8 @@ enum FILE_TYPE {
   FT_FY3 = 22,
   FT_AQUA = 23,
   FT_LRIT = 24,
-  FT_IQTEST = 25
+  FT_IQTEST = 25,
+  FT_PNG = 26  // saving only: PNG pictures
 };
 
 enum SCANDIR { scan_unk = 0, N_S = 1, S_N = 2, W_E = 3, E_W = 4 };

@@ -15,6 +15,7 @@
 #include "common/text.h"
 #include "common/timeutil.h"
 #include "config/prefs.h"
+#include "export/imgcodec.h"
 #include "formats/hptfile.h"
 #include "formats/hrptfile.h"
 #include "formats/meteor.h"
@@ -23,7 +24,7 @@
 
 // Detection on the first bytes, later tests winning:
 //   "P6" PPM, "P5" PGM, "GIF" GIF, FF D8 FF E0 JPEG, "HRPT", "CHRP", "SEAW",
-//   "MHRP", "M2HR"; CCSDS marker 1A CF FC 1D followed by "QNO0", "QNO1",
+//   "MHRP", "M2HR", SUN raster 59 A6 6A 95; CCSDS marker 1A CF FC 1D followed by "QNO0", "QNO1",
 //   "AQUA", "MET", "FY3", else the base name ("f"/"F": FY-3, else Metop);
 //   HRPT frames in 16-bit words (raw16) as FT_HPT; then ".hpt" and ".C10" in
 //   the path override.
@@ -46,6 +47,7 @@ FILE_TYPE detect_file(const char* path) {
                                    {"M2HR", 4, FT_MHRPT2}};
     for (const Magic& m : kMagic)
       if (n >= m.len && std::memcmp(b, m.text, m.len) == 0) t = m.type;
+    if (image_sun_magic(b, n)) t = FT_SUN;
     if (n >= 4 && pava::get_be32(b) == 0x1ACFFC1Du) {
       static const Magic kIdent[] = {{"QNO0", 4, FT_QNOAA20},
                                      {"QNO1", 4, FT_QNOAA21},
@@ -75,8 +77,7 @@ namespace {
 using HdrReader = int (*)(PICINFO*, VIEWINFO*);
 using LineReader = XLINE* (*)(PICINFO*, VIEWINFO*);
 
-// Header readers of the image codecs are not part of this library yet.
-int hdr_image(PICINFO*, VIEWINFO*) { return OPEN_UNKNOWN_TYPE; }
+int hdr_image(PICINFO* pic, VIEWINFO*) { return image_read_hdr(pic); }
 int hdr_hrpt1(PICINFO* pic, VIEWINFO*) { return read_hrpt1_hdr(pic); }
 int hdr_hpt5(PICINFO* pic, VIEWINFO*) { return read_hpt_hdr(pic, 5); }
 int hdr_hpt10(PICINFO* pic, VIEWINFO*) { return read_hpt_hdr(pic, 10); }
@@ -88,7 +89,7 @@ int hdr_aqua(PICINFO* pic, VIEWINFO* view) {
   return r;
 }
 
-XLINE* all_none(PICINFO*, VIEWINFO*) { return nullptr; }
+XLINE* all_image(PICINFO* pic, VIEWINFO*) { return image_read_all(pic); }
 XLINE* all_hrpt1(PICINFO* pic, VIEWINFO*) {
   if (pic->file_type == FT_MHRPT1) return read_mhrpt1_all(pic);
   if (pic->file_type == FT_MHRPT2) return read_mhrpt2_all(pic);
@@ -109,9 +110,10 @@ struct Reader {
   float lin_exp;
 };
 const Reader kReaders[] = {
-    {FT_PPM, CONT_NATIVE, hdr_image, all_none, -1, 1.0f},
-    {FT_PGM, CONT_NATIVE, hdr_image, all_none, -1, 1.0f},
-    {FT_GIF, CONT_NATIVE, hdr_image, all_none, 255, 1.0f},
+    {FT_PPM, CONT_NATIVE, hdr_image, all_image, -1, 1.0f},
+    {FT_PGM, CONT_NATIVE, hdr_image, all_image, -1, 1.0f},
+    {FT_GIF, CONT_NATIVE, hdr_image, all_image, 255, 1.0f},
+    {FT_SUN, CONT_NATIVE, hdr_image, all_image, 255, 1.0f},
     {FT_HRPT, CONT_NATIVE, hdr_hrpt1, all_hrpt1, 1023, 1.331543f},
     {FT_CHRPT, CONT_NATIVE, hdr_hrpt1, all_hrpt1, 1023, 1.331543f},
     {FT_SEAWIF, CONT_NATIVE, hdr_hrpt1, all_hrpt1, 1023, 1.331543f},

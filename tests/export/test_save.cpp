@@ -1,0 +1,533 @@
+// Saving pictures: names, geometry, raw round trips, the view burnt into
+// images (checked with independent decoders), cancellation and write errors.
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cmath>
+#include <csignal>
+#include <cstring>
+
+#include "app/ui_ops.h"
+#include "config/prefs.h"
+#include "display/chanmap.h"
+#include "display/draw.h"
+#include "display/picture_builder.h"
+#include "export/oracle.h"
+#include "export/save.h"
+#include "formats/openfile.h"
+
+using etest::decode_with;
+using etest::have_tool;
+using testutil::TempDir;
+
+namespace {
+
+std::vector<std::pair<std::string, std::string>> g_msgs;
+std::vector<std::pair<std::string, std::string>> g_entries;
+int g_cancel_after = -1;  // progress calls before the user cancels (-1: never)
+int g_progress_calls = 0;
+void rec_message(const char* t, const char* m) { g_msgs.emplace_back(t, m); }
+void rec_entry(const char*, const char* n, const char* t) { g_entries.emplace_back(n, t); }
+int rec_progress(double, const char*) { return ++g_progress_calls == g_cancel_after ? 1 : 0; }
+int ask_no(const char*, const char*) { return 0; }
+
+// Records what the core tells the user for the duration of a test.
+struct FakeUi {
+  FakeUi() {
+    g_msgs.clear();
+    g_entries.clear();
+    g_cancel_after = -1;
+    g_progress_calls = 0;
+    UI_OPS ops{};
+    ops.message = rec_message;
+    ops.set_entry = rec_entry;
+    ops.progress = rec_progress;
+    ops.ask = ask_no;
+    ui_install(&ops);
+  }
+  ~FakeUi() { ui_install(nullptr); }
+};
+
+struct Opened {
+  PICINFO* pic = pic_new();
+  VIEWINFO* view = dtest::make_view();
+  ~Opened() {
+    close_picfile(pic);
+    pic_delete(pic);
+    delete view;
+  }
+  int open(const std::string& f) {
+    std::snprintf(pic->file_name, sizeof pic->file_name, "%s", f.c_str());
+    int r = open_file(pic, view, nullptr, 0);
+    if (!r) view_init(pic, view);
+    return r;
+  }
+};
+
+std::string recording() {
+  return testutil::shared_path("testdata/hrpt/noaa18_hrpt_2012-01-30_30frames.raw16be");
+}
+
+bool exists(const std::string& f) {
+  struct stat st {};
+  return stat(f.c_str(), &st) == 0;
+}
+
+}  // namespace
+
+// ---- Names ----
+
+TEST(SaveName, ChannelTextAndCounterOnCollision) {
+  TempDir d;
+  dtest::PicPtr pic(pic_new());
+  std::snprintf(pic->file_name, sizeof pic->file_name, "/somewhere/pic.hrpt");
+  std::snprintf(pic->work_location, sizeof pic->work_location, "%s", d.path().c_str());
+  char out[600];
+  // Rows: expected name after creating the previous ones.
+  for (const char* want : {"pic_c4.ext", "pic_c4_01.ext", "pic_c4_02.ext"}) {
+    ASSERT_EQ(create_new_filename2(out, sizeof out, pic.get(), "4", "ext", 0), 1);
+    EXPECT_EQ(std::string(out), d.file(want));
+    testutil::write_file(out, "x");
+  }
+  ASSERT_EQ(create_new_filename2(out, sizeof out, pic.get(), "", "ppm", 0), 1);
+  EXPECT_EQ(std::string(out), d.file("pic.ppm"));
+}
+
+TEST(SaveName, GivesUpAfter1001Tries) {
+  TempDir d;
+  dtest::PicPtr pic(pic_new());
+  std::snprintf(pic->file_name, sizeof pic->file_name, "p.raw");
+  testutil::write_file(d.file("p.x"), "");
+  for (int k = 1; k <= 1000; k++)
+    testutil::write_file(d.file("p_" + std::string(k < 10 ? "0" : "") + std::to_string(k) + ".x"),
+                         "");
+  char out[600];
+  EXPECT_EQ(create_new_filename2(out, sizeof out, pic.get(), "", "x", 0, d.path().c_str()), 0);
+  std::remove(d.file("p_1000.x").c_str());
+  EXPECT_EQ(create_new_filename2(out, sizeof out, pic.get(), "", "x", 0, d.path().c_str()), 1);
+  EXPECT_EQ(std::string(out), d.file("p_1000.x"));
+}
+
+TEST(SaveName, UseSatnameReplacesThePrefixAndBlanks) {
+  dtest::PicPtr pic(pic_new());
+  PREFS keep = prefs;
+  std::snprintf(prefs.file_hrptbase, sizeof prefs.file_hrptbase, "hrpt");
+  std::snprintf(pic->sat_name, sizeof pic->sat_name, "NOAA 19");
+  char out[300];
+  // Rows: stored name; satellite; expected result.
+  struct Row {
+    const char* stored;
+    const char* sat;
+    const char* want;
+  } rows[] = {
+      {"hrpt_20230101_1200.hrpt", "NOAA 19", "NOAA-19_20230101_1200.hrpt"},
+      // The prefix is tested against the whole stored name: with a directory
+      // in front nothing is replaced.
+      {"/data/hrpt_2023.hrpt", "NOAA 19", "hrpt_2023.hrpt"},
+      // Another family's satellite keeps the name.
+      {"hrpt_2023.hrpt", "METOP-B", "hrpt_2023.hrpt"},
+  };
+  for (const Row& r : rows) {
+    std::snprintf(pic->file_name, sizeof pic->file_name, "%s", r.stored);
+    std::snprintf(pic->sat_name, sizeof pic->sat_name, "%s", r.sat);
+    convert_satname(pic.get(), out, sizeof out);
+    EXPECT_STREQ(out, r.want) << r.stored;
+  }
+  std::snprintf(pic->file_name, sizeof pic->file_name, "hrpt_x.hrpt");
+  std::snprintf(pic->sat_name, sizeof pic->sat_name, "NOAA 19");
+  char name[600];
+  ASSERT_EQ(create_new_filename2(name, sizeof name, pic.get(), "2", "png", 1, "/nonexistent"), 1);
+  EXPECT_STREQ(name, "/nonexistent/NOAA-19_x_c2.png");
+  prefs = keep;
+}
+
+// ---- Geometry ----
+
+TEST(SaveGeometry, ZoomTwoHalvesWidthAndHeight) {
+  FakeUi fake;
+  TempDir d;
+  auto pic = dtest::make_picture(64, 40, 1, [](int, int x, int y) { return (x * 16 + y) % 1024; });
+  std::unique_ptr<VIEWINFO> view(dtest::make_view());
+  SAVEOPTS o;
+  o.type = FT_PGM1;
+  o.channels[1] = 1;
+  o.zoom = 2;
+  o.new_name = d.file("z.pgm");
+  ASSERT_EQ(save_picture(pic.get(), view.get(), &o), SAVE_OK);
+  auto id = testutil::run({"/usr/bin/identify", "-format", "%w %h", d.file("z.pgm")});
+  EXPECT_EQ(id.out, "32 20");
+}
+
+TEST(SaveGeometry, DefaultBitshiftByDestinationAndLuminance) {
+  dtest::PicPtr raw(pic_new()), img(pic_new());
+  raw->file_type = FT_HRPT;
+  img->file_type = FT_PGM;
+  std::unique_ptr<VIEWINFO> v(dtest::make_view());
+  // Rows: source, destination, lum_max, expected bitshift.
+  struct Row {
+    PICINFO* src;
+    FILE_TYPE dst;
+    int lum_max, want;
+  } rows[] = {{raw.get(), FT_HRPT, 1023, 0}, {img.get(), FT_HRPT, 255, 2},
+              {raw.get(), FT_PPM, 255, 0},   {raw.get(), FT_PPM, 300, -1},
+              {raw.get(), FT_JPEG, 512, -2}, {img.get(), FT_PPM, 1023, 0}};
+  for (const Row& r : rows) {
+    v->lum_max = r.lum_max;
+    EXPECT_EQ(default_bitshift(r.src, r.dst, v.get()), r.want) << r.dst << " " << r.lum_max;
+  }
+}
+
+// ---- Raw round trips on a real recording ----
+
+TEST(SaveRaw, RecordingSavedAsHrptAndHptOpensWithSameSamplesAndHeaders) {
+  FakeUi fake;
+  TempDir d;
+  Opened src;
+  ASSERT_EQ(src.open(recording()), 0);
+  const int H = src.pic->height;
+  ASSERT_GT(H, 20);
+  for (FILE_TYPE t : {FT_HRPT, FT_HPT}) {
+    SAVEOPTS o;
+    o.type = t;
+    for (int c = 1; c <= 5; c++) o.channels[c] = 1;
+    o.dir = d.path();
+    std::vector<std::string> written;
+    ASSERT_EQ(save_picture(src.pic, src.view, &o, &written), SAVE_OK);
+    ASSERT_EQ(written.size(), 1u);
+    Opened back;
+    ASSERT_EQ(back.open(written[0]), 0) << written[0];
+    EXPECT_EQ(back.pic->file_type, t);
+    if (t == FT_HRPT) {
+      // The HRPT reader keeps the last record empty (no prefix follows it).
+      ASSERT_EQ(back.pic->height, H);
+      for (int y = 0; y < H - 1; y++) {
+        const XLINE* a = pic_line(src.pic, y);
+        const XLINE* b = pic_line(back.pic, y);
+        ASSERT_EQ(std::memcmp(a->line_hdr, b->line_hdr, 750 * 2), 0) << y;
+        for (int c = 0; c < 5; c++)
+          ASSERT_EQ(std::memcmp(a->line[c], b->line[c], 2048 * 2), 0) << y << " " << c;
+      }
+    } else {
+      // HPT lines are read from the first word of each frame: header words
+      // first (pixel p, channel c = word c + 5p), the samples 150 pixels on.
+      ASSERT_GE(back.pic->height, H);
+      for (int y = 0; y < H; y++) {
+        const XLINE* a = pic_line(src.pic, y);
+        const XLINE* b = pic_line(back.pic, y);
+        for (int w = 0; w < 750; w++) ASSERT_EQ(b->line[w % 5][w / 5], a->line_hdr[w]) << y;
+        for (int c = 0; c < 5; c++)
+          for (int p = 0; p + 150 < 2048; p++) ASSERT_EQ(b->line[c][p + 150], a->line[c][p]);
+      }
+    }
+  }
+  // The header of the raw file was rewritten with the lines written.
+  bool rewritten = false;
+  for (auto& e : g_entries)
+    if (e.second.find("Rewriting header in") == 0 &&
+        e.second.find("succeeded.") != std::string::npos)
+      rewritten = true;
+  EXPECT_TRUE(rewritten);
+}
+
+// ---- The view burnt into images ----
+
+namespace {
+// Decoded pixel (r, g, b) of a plain decode (grey repeated).
+std::array<int, 3> rgb_at(const etest::Plain& p, int x, int y) {
+  if (p.nch == 3) return {p.at(x, y, 0), p.at(x, y, 1), p.at(x, y, 2)};
+  return {p.at(x, y), p.at(x, y), p.at(x, y)};
+}
+}  // namespace
+
+TEST(SaveView, FalseColourViewDecodesToTheDrawnPixels) {
+  if (!have_tool("pngtopnm") || !have_tool("giftopnm") || !have_tool("jpegtopnm"))
+    GTEST_SKIP() << "netpbm missing";
+  FakeUi fake;
+  TempDir d;
+  Opened src;
+  ASSERT_EQ(src.open(recording()), 0);
+  src.view->process_data = 1;
+  set_std_falseclr(FT_HRPT, &src.view->cmhc);
+  src.view->lum_min = 40;
+  src.view->lum_max = 900;
+  RGBIMAGE shown;
+  VIEWINFO v = *src.view;
+  draw_pic(src.pic, &v, src.pic->width, src.pic->height, &shown);
+  const int W = shown.width, H = shown.height;
+  struct Row {
+    FILE_TYPE type;
+    const char* decoder;
+    int mode;  // 0 exact, 1 3-3-2 palette, 2 PSNR
+  } rows[] = {{FT_PPM, "cat", 0},
+              {FT_PNG, "pngtopnm", 0},
+              {FT_GIF, "giftopnm", 1},
+              {FT_JPEG, "jpegtopnm", 2}};
+  for (const Row& r : rows) {
+    SAVEOPTS o;
+    o.type = r.type;
+    o.channels[1] = o.channels[2] = 1;
+    o.dir = d.path();
+    std::vector<std::string> written;
+    ASSERT_EQ(save_picture(src.pic, src.view, &o, &written), SAVE_OK) << r.type;
+    auto p = decode_with(r.decoder, written[0]);
+    ASSERT_TRUE(p.ok) << written[0];
+    ASSERT_EQ(p.width, W);
+    ASSERT_EQ(p.height, H);
+    double se = 0;
+    for (int y = 0; y < H; y++)
+      for (int x = 0; x < W; x++) {
+        const uint8_t* s = &shown.rgb[(size_t(y) * size_t(W) + size_t(x)) * 3];
+        auto got = rgb_at(p, x, y);
+        if (r.mode == 0) {
+          ASSERT_EQ(got, (std::array<int, 3>{s[0], s[1], s[2]}))
+              << written[0] << " " << x << "," << y;
+        } else if (r.mode == 1) {
+          const int i = save_index332(s[0], s[1], s[2]);
+          std::array<int, 3> want{((i >> 5) & 7) * 255 / 7, ((i >> 2) & 7) * 255 / 7,
+                                  (i & 3) * 255 / 3};
+          ASSERT_EQ(got, want) << x << "," << y;
+        } else {
+          for (int c = 0; c < 3; c++) se += (got[size_t(c)] - s[c]) * (got[size_t(c)] - s[c]);
+        }
+      }
+    if (r.mode == 2) {
+      double psnr = 10 * std::log10(255.0 * 255 / (se / (W * H * 3.0)));
+      EXPECT_GT(psnr, 30.0);
+    }
+  }
+}
+
+TEST(SaveView, TenBitGreyPgmAndSixteenBitPng) {
+  FakeUi fake;
+  TempDir d;
+  auto pic = dtest::make_picture(
+      40, 6, 2, [](int ch, int x, int y) { return (ch * 300 + x * 20 + y) % 1024; });
+  pic->depth = 10;
+  pic->file_type = FT_HRPT;
+  std::unique_ptr<VIEWINFO> view(dtest::make_view());
+  view->chan_selected = 2;
+  for (FILE_TYPE t : {FT_PGM, FT_PNG}) {
+    SAVEOPTS o;
+    o.type = t;
+    o.channels[2] = 1;
+    o.bitshift = 0;
+    o.dir = d.path();
+    std::vector<std::string> written;
+    ASSERT_EQ(save_picture(pic.get(), view.get(), &o, &written), SAVE_OK);
+    auto p = decode_with(t == FT_PGM ? "cat" : "pngtopnm", written[0]);
+    ASSERT_TRUE(p.ok);
+    for (int y = 0; y < 6; y++)
+      for (int x = 0; x < 40; x++) {
+        // Window 0..1023 over 1024 levels; the view's last column shows
+        // nothing (the screen map ends there), so the file has it black.
+        int want = x == 39 ? 0 : (600 + x * 20 + y) % 1024;
+        int got = p.maxval == 65535 ? p.at(x, y) >> 6 : p.at(x, y);
+        ASSERT_EQ(got, want) << written[0] << " " << x << "," << y;
+      }
+  }
+}
+
+TEST(SaveView, FiveDegreeGridAndCoastAreBurntIn) {
+  FakeUi fake;
+  TempDir d;
+  auto pic = dtest::make_picture(20, 10, 1, [](int, int, int) { return 512; });
+  std::unique_ptr<VIEWINFO> view(dtest::make_view());
+  view->grid_clr = RGBCLR{0xffff, 0, 0};
+  view->cont_clr = RGBCLR{0, 0xffff, 0};
+  // Grid bits in olmask: 4 at column 3 (a 5-degree line), 2 only at column 7.
+  for (XLINE* l = pic->xline; l; l = l->next) {
+    l->olmask[3] = 1 | 2 | 4;
+    l->olmask[7] = 1 | 2;
+  }
+  pic->ovlinfo.ovlarr.assign(200, 0);
+  pic->ovlinfo.ovlarr[5 * 20 + 12] = 1;  // coast at (12, 5)
+  SAVEOPTS o;
+  o.type = FT_PPM;
+  o.channels[1] = 1;
+  o.grid = o.coast = 1;
+  o.new_name = d.file("g.ppm");
+  ASSERT_EQ(save_picture(pic.get(), view.get(), &o), SAVE_OK);
+  auto p = decode_with("cat", d.file("g.ppm"));
+  ASSERT_TRUE(p.ok);
+  EXPECT_EQ(rgb_at(p, 3, 4), (std::array<int, 3>{255, 0, 0}));
+  EXPECT_EQ(rgb_at(p, 7, 4), (std::array<int, 3>{128, 128, 128}));  // not a 5-degree line
+  EXPECT_EQ(rgb_at(p, 12, 5), (std::array<int, 3>{0, 255, 0}));
+  EXPECT_EQ(rgb_at(p, 12, 6), (std::array<int, 3>{128, 128, 128}));
+}
+
+// ---- Failures and cancellation ----
+
+TEST(SaveFailures, NoChannelsUnwritableDirectoryAndDeclinedOverwrite) {
+  FakeUi fake;
+  TempDir d;
+  auto pic = dtest::make_picture(8, 4, 1, [](int, int x, int) { return x; });
+  std::unique_ptr<VIEWINFO> view(dtest::make_view());
+  SAVEOPTS o;
+  o.type = FT_PPM;
+  o.dir = d.path();
+  EXPECT_EQ(save_picture(pic.get(), view.get(), &o), SAVE_NO_CHANNELS);
+  ASSERT_EQ(g_msgs.back(), (std::pair<std::string, std::string>{"Error", "No channels selected."}));
+  o.channels[1] = 1;
+  o.new_name = d.path() + "/missing/x.ppm";
+  EXPECT_EQ(save_picture(pic.get(), view.get(), &o), SAVE_CANT_OPEN);
+  EXPECT_EQ(g_msgs.back().second, "Can't open file " + o.new_name + ".");
+  // An existing typed name: the question is asked, "no" keeps the file.
+  o.new_name = d.file("old.ppm");
+  testutil::write_file(o.new_name, "keep");
+  EXPECT_EQ(save_picture(pic.get(), view.get(), &o), SAVE_DECLINED);
+  EXPECT_EQ(testutil::read_file(o.new_name), "keep");
+}
+
+TEST(SaveFailures, CancelledSaveKeepsAValidShorterFile) {
+  FakeUi fake;
+  TempDir d;
+  auto pic = dtest::make_picture(16, 120, 1, [](int, int x, int y) { return (x + y) % 256; });
+  std::unique_ptr<VIEWINFO> view(dtest::make_view());
+  // PPM/PGM, SUN, GIF and raw files keep the lines written (their headers
+  // rewritten); JPEG and PNG are completed with black lines.
+  for (FILE_TYPE t : {FT_PGM1, FT_PNG, FT_HRPT, FT_GIF, FT_SUN}) {
+    g_cancel_after = 10;
+    g_progress_calls = 0;
+    SAVEOPTS o;
+    o.type = t;
+    o.channels[1] = 1;
+    o.dir = d.path();
+    std::vector<std::string> written;
+    ASSERT_EQ(save_picture(pic.get(), view.get(), &o, &written), SAVE_CANCELLED) << t;
+    ASSERT_EQ(written.size(), 1u);
+    EXPECT_EQ(g_msgs.back().first, "Info");
+    EXPECT_EQ(g_msgs.back().second, "Cancelled; 10 of 120 lines saved in " + written[0] + ".");
+    EXPECT_FALSE(exists(written[0] + ".part"));
+    Opened back;
+    if (t == FT_PNG) {
+      auto p = decode_with("pngtopnm", written[0]);
+      ASSERT_TRUE(p.ok);
+      EXPECT_EQ(p.height, 120);
+    } else {
+      ASSERT_EQ(back.open(written[0]), 0) << written[0];
+      EXPECT_EQ(back.pic->height, 10);
+      if (t == FT_GIF) {
+        auto p = decode_with("giftopnm", written[0]);
+        ASSERT_TRUE(p.ok);
+        EXPECT_EQ(p.height, 10);
+      }
+    }
+  }
+}
+
+TEST(SaveFailures, FullDiskLeavesNoFileAndReportsIt) {
+  TempDir d;
+  std::string target = d.file("full.ppm");
+  pid_t pid = fork();
+  ASSERT_GE(pid, 0);
+  if (pid == 0) {
+    // The child gets a tiny file size limit; writes beyond it fail (EFBIG).
+    std::signal(SIGXFSZ, SIG_IGN);
+    struct rlimit rl {
+      4096, 4096
+    };
+    setrlimit(RLIMIT_FSIZE, &rl);
+    FakeUi fake;
+    auto pic = dtest::make_picture(200, 100, 1, [](int, int x, int y) { return (x * y) % 1024; });
+    std::unique_ptr<VIEWINFO> view(dtest::make_view());
+    SAVEOPTS o;
+    o.type = FT_PPM;
+    o.channels[1] = 1;
+    o.new_name = target;
+    int s = save_picture(pic.get(), view.get(), &o);
+    bool msg = !g_msgs.empty() && g_msgs.back().first == "Error" &&
+               g_msgs.back().second.find("Write error in " + target) == 0;
+    _exit(s == SAVE_WRITE_ERR && msg ? 0 : 1);
+  }
+  int st = 0;
+  waitpid(pid, &st, 0);
+  ASSERT_TRUE(WIFEXITED(st));
+  EXPECT_EQ(WEXITSTATUS(st), 0);
+  EXPECT_FALSE(exists(target));
+  EXPECT_FALSE(exists(target + ".part"));
+}
+
+// ---- pava-cli export ----
+
+TEST(CliExport, TypesOfARecordingAndBadArguments) {
+  TempDir d;
+  const std::string cli = testutil::bin_path("pava-cli");
+  // Rows: arguments after FILE; expected exit status.
+  struct Row {
+    std::vector<std::string> args;
+    int status;
+  } rows[] = {
+      {{"--type", "png", "--false-colour"}, 0},
+      {{"--type", "pgm", "--channel", "4", "--bitshift", "0"}, 0},
+      {{"--type", "hpt"}, 0},
+      {{"--type", "gif", "--zoom", "2"}, 0},
+      {{"--type", "tiff"}, 1},
+      {{"--type", "ppm", "--channel", "9"}, 1},
+  };
+  for (const Row& r : rows) {
+    std::vector<std::string> argv{cli, "export", recording(), "-o", d.path()};
+    argv.insert(argv.end(), r.args.begin(), r.args.end());
+    auto res = testutil::run(argv);
+    EXPECT_EQ(res.status, r.status) << r.args[1] << res.err;
+    if (r.status == 0) {
+      EXPECT_NE(res.out.find("\"file\""), std::string::npos);
+    }
+  }
+  auto res = testutil::run({cli, "export", recording(), "-o", d.file("x.pgm"), "--type", "pgm",
+                            "--channel", "4", "--bitshift", "0"});
+  ASSERT_EQ(res.status, 0) << res.err;
+  auto p = decode_with("cat", d.file("x.pgm"));
+  ASSERT_TRUE(p.ok);
+  EXPECT_EQ(p.maxval, 1023);
+  res = testutil::run(
+      {cli, "export", recording(), "-o", d.path() + "/no/dir/x.png", "--type", "png"});
+  EXPECT_NE(res.status, 0);
+  EXPECT_NE(res.err.find("Can't open file"), std::string::npos) << res.err;
+}
+
+TEST(SaveRaw, OtherRawFamiliesAndMultiChannelImages) {
+  FakeUi fake;
+  TempDir d;
+  Opened src;
+  ASSERT_EQ(src.open(recording()), 0);
+  // Rows: destination; channels kept in the reopened file; their width.
+  struct Row {
+    FILE_TYPE type;
+    int nch, width;
+  } rows[] = {{FT_MHRPT1, 5, 1540}, {FT_CHRPT, 5, 2048}};
+  for (const Row& r : rows) {
+    SAVEOPTS o;
+    o.type = r.type;
+    for (int c = 1; c <= 5; c++) o.channels[c] = 1;
+    o.dir = d.path();
+    std::vector<std::string> written;
+    ASSERT_EQ(save_picture(src.pic, src.view, &o, &written), SAVE_OK);
+    Opened back;
+    ASSERT_EQ(back.open(written[0]), 0) << written[0];
+    EXPECT_EQ(back.pic->file_type, r.type);
+    ASSERT_GE(back.pic->height, 20) << written[0];
+    for (int y = 0; y < 20; y++) {
+      const XLINE* a = pic_line(src.pic, y);
+      const XLINE* b = pic_line(back.pic, y);
+      for (int c = 0; c < r.nch; c++)
+        for (int p = 0; p < r.width; p++)
+          ASSERT_EQ(b->line[c][p], a->line[c][p]) << written[0] << " " << y << " " << c << " " << p;
+    }
+  }
+  // Multi-channel: one grey file a channel, named by its channel.
+  SAVEOPTS o;
+  o.type = FT_PGM1;
+  o.channels[2] = o.channels[4] = 1;
+  o.multi_channel = 1;
+  o.dir = d.path();
+  std::vector<std::string> written;
+  ASSERT_EQ(save_picture(src.pic, src.view, &o, &written), SAVE_OK);
+  ASSERT_EQ(written.size(), 2u);
+  EXPECT_NE(written[0].find("_c2.pgm"), std::string::npos);
+  EXPECT_NE(written[1].find("_c4.pgm"), std::string::npos);
+  EXPECT_NE(testutil::read_file(written[0]), testutil::read_file(written[1]));
+}
