@@ -104,6 +104,10 @@ struct PREFS {
   int display_mode;  // board angle display
   CLRMAPCHAN clrmaps[PREFS_NFAMILIES][PREFS_NMAPS];
   CLRMAPCHAN clrmaps_loaded[PREFS_NFAMILIES][PREFS_NMAPS];
+
+  // FTDI access: "auto" (D2XX when installed, else libftdi1), "d2xx",
+  // "libftdi" or "emulator".
+  char usb_backend[16];
 };
 
 // The process-wide preferences.

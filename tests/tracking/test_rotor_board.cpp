@@ -1,0 +1,129 @@
+// Rotor output through the decoder board, checked on the board emulator: the
+// DiSEqC register writes and the angle display registers.
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "reception/board_fixture.h"
+#include "tracking/rotor_board.h"
+
+using boardtest::BoardTest;
+using Writes = std::vector<std::pair<int, int>>;
+
+namespace {
+
+class RotorBoard : public BoardTest {
+ protected:
+  void SetUp() override {
+    BoardTest::SetUp();
+    rotor_display_state() = 0;
+    ASSERT_EQ(usb_init_connect(&rec->usb), 0);
+  }
+};
+
+TEST_F(RotorBoard, CommandRegistersThenStart) {
+  struct Row {
+    float angle;
+    int deg2step, inv, nr;
+    int d0, d1;
+    const char* what;
+  } rows[] = {
+      {90.f, 8, 0, 0, 0xE0, 0x00, "centre, X output"},
+      {100.f, 8, 0, 1, 0xD0, 0x50, "-80 steps, Y output"},
+      {100.f, 8, 1, 0, 0xE0, 0x50, "inverted: +80 steps"},
+      {200.f, 8, 0, 0, 0xD2, 0xD0, "above 180 sent as 180: -720 steps"},
+  };
+  for (const Row& r : rows) {
+    emu->log = BOARDEMU_LOG{};
+    DISEQC d = val2diseqc(r.angle, r.deg2step, r.inv, 0);
+    d.nr = r.nr;
+    EXPECT_EQ(do_dqc(&rec->usb, &d, 0), 0) << r.what;
+    Writes want = {{16, 0x31}, {17, 0x6E}, {18, r.d0}, {19, r.d1}, {12, r.nr ? 0x60 : 0x40},
+                   {3, 0}};  // display off
+    EXPECT_EQ(emu->log.reg_writes, want) << r.what;
+    ASSERT_EQ(emu->log.diseqc.size(), 1u);
+    EXPECT_EQ(emu->log.diseqc[0].output, r.nr);
+    EXPECT_EQ(emu->log.diseqc[0].bytes[2], r.d0);
+  }
+}
+
+TEST_F(RotorBoard, CommandWithDisplay) {
+  DISEQC d = val2diseqc(100.f, 8, 0, 0);
+  d.nr = 1;
+  EXPECT_EQ(do_dqc(&rec->usb, &d, 1), 0);
+  // 100.0 degrees = 1000 tenths = 0x03E8 in registers 10/11, then 3 := 2.
+  Writes want = {{16, 0x31}, {17, 0x6E}, {18, 0xD0}, {19, 0x50},
+                 {12, 0x60}, {10, 0xE8}, {11, 0x03}, {3, 2}};
+  EXPECT_EQ(emu->log.reg_writes, want);
+  // Another command than 0x6E is never shown.
+  emu->log = BOARDEMU_LOG{};
+  d.cmd = 0x60;
+  do_dqc(&rec->usb, &d, 1);
+  EXPECT_EQ(emu->log.reg_writes.back(), std::make_pair(3, 0));
+}
+
+TEST_F(RotorBoard, DisplayRegisters) {
+  set_displxy(&rec->usb, 45.25f, 1);  // 452 tenths
+  EXPECT_EQ(emu->log.reg_writes, (Writes{{8, 0xC4}, {9, 0x01}, {3, 1}}));
+  emu->log = BOARDEMU_LOG{};
+  set_displxy(&rec->usb, 12.3f, 2);  // 123 tenths
+  EXPECT_EQ(emu->log.reg_writes, (Writes{{10, 123}, {11, 0}, {3, 2}}));
+  emu->log = BOARDEMU_LOG{};
+  set_displxy(&rec->usb, 99.f, 0);
+  EXPECT_EQ(emu->log.reg_writes, (Writes{{3, 0}}));
+}
+
+TEST_F(RotorBoard, SendXYUsesAxisSettings) {
+  ROTOR r{};
+  r.deg2step = 4;
+  r.inv_y = 1;
+  r.xy_rotorlim = 100;
+  EXPECT_EQ(send_diseqcxy(&rec->usb, &r, 80.f, 45.f), 0);
+  ASSERT_EQ(emu->log.diseqc.size(), 2u);
+  // X: 4 * (90 - 80) = 40 steps; Y: 4 * 45 = 180, inverted, limited to -100.
+  EXPECT_EQ(emu->log.diseqc[0].output, 0);
+  EXPECT_EQ(emu->log.diseqc[0].bytes[2], 0xE0);
+  EXPECT_EQ(emu->log.diseqc[0].bytes[3], 40);
+  EXPECT_EQ(emu->log.diseqc[1].output, 1);
+  EXPECT_EQ(emu->log.diseqc[1].bytes[2], 0xD0);
+  EXPECT_EQ(emu->log.diseqc[1].bytes[3], 100);
+}
+
+TEST_F(RotorBoard, DisplayStateCycles) {
+  ROTOR r{};
+  struct Row {
+    int mode;
+    std::vector<int> states;  // register 3 at the end of each tick
+    const char* what;
+  } rows[] = {
+      {0, {0, 0, 0, 0}, "display off"},
+      {2, {1, 2, 1, 2}, "alternate X and Y"},
+      {1, {1, 2, 0, 1}, "cycle off, X, Y"},
+  };
+  for (const Row& row : rows) {
+    rotor_display_state() = 0;
+    for (size_t t = 0; t < row.states.size(); t++) {
+      emu->log = BOARDEMU_LOG{};
+      ASSERT_EQ(pos2godil(&rec->usb, &r, 10.f, 20.f, row.mode), 0);
+      EXPECT_EQ(emu->regs[3], row.states[t]) << row.what << " tick " << t;
+      if (row.states[t] == 1) {
+        EXPECT_EQ(emu->regs[8], 100) << row.what;  // X 10.0
+      }
+      if (row.states[t] == 2) {
+        EXPECT_EQ(emu->regs[10], 200) << row.what;  // Y 20.0
+      }
+    }
+  }
+}
+
+TEST_F(RotorBoard, BoardAbsent) {
+  usb_close_connect(&rec->usb);
+  emu->present = false;
+  ROTOR r{};
+  EXPECT_EQ(pos2godil(&rec->usb, &r, 10.f, 20.f, 1), 1);
+  DISEQC d = val2diseqc(90.f, 8, 0, 0);
+  EXPECT_EQ(do_dqc(&rec->usb, &d, 1), 1);
+  EXPECT_EQ(send_diseqcxy(&rec->usb, &r, 1.f, 2.f), 1);
+}
+
+}  // namespace
