@@ -72,7 +72,7 @@ void process(unsigned char* raster, int flip, int clean) {
     std::vector<unsigned char> copy(raster, raster + RECMAP_SIZE);
     for (int y = 0; y < RECMAP_H - 1; y++)
       for (int x = 0; x < RECMAP_W - 1; x++) {
-        unsigned char v = copy[size_t(RECMAP_H - 1 - y) * RECMAP_W + x];
+        unsigned char v = copy[size_t(RECMAP_H - 2 - y) * RECMAP_W + x];
         raster[size_t(y) * RECMAP_W + x] = v < 250 ? 0 : v;
       }
   }
