@@ -241,7 +241,6 @@ void tracker_reset() {
 // runs. Without: stops it, closes the received-passes map, switches the board's
 // angle display off and closes the rotor's network link.
 void run_track(void* widget, SAT* sats) {
-  std::signal(SIGPIPE, SIG_IGN);  // a rotor peer that went away must not end the process
   if (sats) {
     g_sats = sats;
     if (!g_track_id) {
@@ -528,6 +527,7 @@ int track_the_sat(float step, SAT* sat, TRACK* pass, const tm_s* moment) {
   }
 
   if (rdi->eth.ena) {
+    std::signal(SIGPIPE, SIG_IGN);  // a peer that went away must not end the process
     if (open_close_eth(1) != 0) {
       std::snprintf(text, sizeof text, "Open to %s", rdi->eth.ip_addr);
       entry("^Rotor connect", text);
