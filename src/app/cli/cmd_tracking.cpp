@@ -229,6 +229,8 @@ struct TrackOpts {
   double speed = 0;  // 0: as fast as possible
   std::string elements, sats;
   int nr = 10;
+  std::string observer;  // LAT,LON[,ALT_M]
+  int elev_det = -1;
   bool no_exec = false;
   OutOpts out;
 };
@@ -342,6 +344,19 @@ void cmd_track(const TrackOpts& o) {
   }
   Session s;
   if (!open_outputs(o.out, &s)) return;
+  if (!o.observer.empty()) {
+    double lat, lon, alt = 0;
+    int n = std::sscanf(o.observer.c_str(), "%lf,%lf,%lf", &lat, &lon, &alt);
+    if (n < 2 || std::fabs(lat) > 90 || std::fabs(lon) > 360 || !std::isfinite(alt)) {
+      cli_fail("--observer wants LAT,LON[,ALT_M]: " + o.observer);
+      return;
+    }
+    prefs.refpos = EPOINT{};
+    prefs.refpos.lat = float(lat * M_PI / 180);
+    prefs.refpos.lon = float(lon * M_PI / 180);
+    prefs.refpos.alt = float(alt / 1000);
+  }
+  if (o.elev_det >= 0) prefs.elev_det = o.elev_det;
   std::string elements = o.elements.empty() ? prefs.kepler_file : o.elements;
   SAT* sats = prepare_track(nullptr, elements.c_str(), o.sats.empty() ? nullptr : o.sats.c_str(),
                             prefs.sats);
@@ -415,6 +430,8 @@ void cli_add_tracking(CLI::App& app) {
   t->add_option("--elements", to->elements, "element file (default: the preferences')");
   t->add_option("--sats", to->sats, "satellites, patterns separated by ';'");
   t->add_option("--nr", to->nr, "passes in the list (default 10)");
+  t->add_option("--observer", to->observer, "observer LAT,LON[,ALT_M] (default: preferences)");
+  t->add_option("--elev-det", to->elev_det, "minimum maximum elevation of a pass, degrees");
   t->add_flag("--no-exec", to->no_exec, "report external commands without running them");
   add_out_opts(t, &to->out);
   t->callback([to] { cmd_track(*to); });
