@@ -46,11 +46,11 @@ TEST(TrackerExtprog, Conversions) {
     const char* tmpl;
     const char* want;
   } rows[] = {
-      {"rot %5.1e", "rot  12.3"},               // width 5, precision 1, elevation
-      {"%a/%.0x/%.2y", "201.500000/80/95.25"},  // azimuth, X, Y
-      {"100%% %n %t", "100% NOAA 19 7"},        // "%%", name, whole step
-      {"%-8n|", "NOAA 19 |"},                   // string flags
-      {"%q %5", "%q %5"},                       // unknown letter and a dangling '%' kept
+      {"rot %5.1e", "rot  12.3"},            // width 5, precision 1, elevation
+      {"%.1a/%.0x/%.2y", "201.5/80/95.25"},  // azimuth, X, Y
+      {"100%% %n %t", "100% NOAA 19 7"},     // "%%", name, whole step
+      {"%-8n|", "NOAA 19 |"},                // string flags
+      {"%q %5", "%q %5"},                    // unknown letter and a dangling '%' kept
   };
   for (const Row& r : rows) EXPECT_EQ(fillin_satpos(r.tmpl, &d, "NOAA 19", 7), r.want) << r.tmpl;
 }
