@@ -349,6 +349,10 @@ int do_track(SAT* sats) {
 
 void get_newpasses(SAT* sats, void* widget, int activate, int sel) {
   if (g_in_newpasses) return;
+  if (!sats) {
+    entry("!INFO pass", "Empty list!");
+    return;
+  }
   g_in_newpasses = 1;
   int res = 0;
   if (!g_cached || sel < 0) {

@@ -265,6 +265,12 @@ TEST_F(TrackerTest, BoardTimeoutEndsTracking) {
   EXPECT_EQ(boardtest::messages().back(), "Error|USB Timeout!");
 }
 
+TEST_F(TrackerTest, EmptySatelliteList) {
+  get_newpasses(nullptr, nullptr, 1, -1);
+  EXPECT_EQ(rec_ui().entries["!INFO pass"], "Empty list!");
+  EXPECT_EQ(tracker_timer_count(), 0);
+}
+
 TEST_F(TrackerTest, RunSunAndStop) {
   run_sun(nullptr, 1);
   EXPECT_EQ(rec_ui().entries["!INFO pass"], "Tracking SUN");
