@@ -75,6 +75,22 @@ bool split_hostport(const std::string& s, std::string* host, int* port) {
 
 void no_sleep(long) {}
 
+// Standard output sent to standard error while it lives: the lower layers'
+// progress prints must not mix with the JSON lines.
+struct StdoutToStderr {
+  int saved;
+  StdoutToStderr() {
+    std::fflush(stdout);
+    saved = dup(1);
+    dup2(2, 1);
+  }
+  ~StdoutToStderr() {
+    std::fflush(stdout);
+    dup2(saved, 1);
+    close(saved);
+  }
+};
+
 // The recording record from the preferences with the option overrides.
 bool open_outputs(const OutOpts& o, Session* s) {
   cli_load_prefs();
@@ -161,6 +177,7 @@ void cmd_rotor(const RotorOpts& o) {
     rotor.to_rotor.elev = b;
   }
   json out;
+  auto redirect = std::make_unique<StdoutToStderr>();
   out["target"] = xy ? json{{"x", a}, {"y", b}} : json{{"az", a}, {"el", b}};
   bool any = false;
   if (r->usb.ena) {
@@ -214,6 +231,7 @@ void cmd_rotor(const RotorOpts& o) {
     j["reply"] = reply;
     out["rotctld"] = j;
   }
+  redirect.reset();
   cli_emit(out);
   if (!any) cli_fail("no rotor output is enabled");
   for (const char* k : {"board", "serial", "net", "rotctld"})
