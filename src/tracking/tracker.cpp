@@ -97,6 +97,7 @@ SAT* g_followed = nullptr;
 SAT* g_sats = nullptr;  // list of the running timeout
 tm_s g_moment{};
 SAT g_sun{};
+std::string g_rotctld_last;  // last target rotctld acknowledged
 
 // Seconds from b to a.
 double tm_diff(const struct tm* a, const struct tm* b) {
@@ -165,8 +166,15 @@ void rotctld_output(const SAT* sat) {
   if (!prefs.rotctld_on) return;
   std::string reply;
   const DIRECTION& d = prefs.rotor.to_rotor;
+  // An unchanged target is sent again only with always_send (the controller
+  // holds its position; each command costs a round trip).
+  char target[128];
+  std::snprintf(target, sizeof target, "%s:%d %.1f %.1f", prefs.rotctld_host, prefs.rotctld_port,
+                double(d.azim), double(d.elev));
+  if (!prefs.rotor.always_send && g_rotctld_last == target) return;
   int st = rotctld_send_pos(prefs.rotctld_host, prefs.rotctld_port, d.azim, d.elev, &reply);
   char text[120];
+  g_rotctld_last = st == 0 ? target : "";
   if (st == 0) {
     std::snprintf(text, sizeof text, "P %.1f %.1f", double(d.azim), double(d.elev));
     event("rotor", sat->satname, text);
@@ -232,6 +240,7 @@ void tracker_reset() {
   g_visible_limit = 0;
   g_followed = nullptr;
   g_sats = nullptr;
+  g_rotctld_last.clear();
   rotctld_close();
 }
 
