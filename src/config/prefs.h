@@ -108,6 +108,11 @@ struct PREFS {
   // FTDI access: "auto" (D2XX when installed, else libftdi1), "d2xx",
   // "libftdi" or "emulator".
   char usb_backend[16];
+
+  // hamlib rotctld rotor output (added): enabled, host name or address, port.
+  int rotctld_on;
+  char rotctld_host[64];
+  int rotctld_port;
 };
 
 // The process-wide preferences.
