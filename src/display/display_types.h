@@ -50,6 +50,12 @@ struct OVLINFO {
   int built;
   int built_offset_gmt, built_offset_sec, built_use_sattime;
   float built_offset_lon;
+  int scale;        // cells of lola2xy per degree (100 unless the pass is too wide)
+  int built_coast;  // coast file drawn: 1, damaged (drawn so far): -1, nothing to place: 2
+  // Grid drawing: per pixel the cells floor(lon/step) and floor(lat/step),
+  // biased by 1024, packed low and high 16 bits; for the steps noted.
+  std::vector<uint32_t> cells;
+  int cells_step_lon, cells_step_lat;
 };
 
 // Thermal calibration coefficients of one NOAA satellite.

@@ -1,0 +1,442 @@
+#include "display/georef.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "common/timeutil.h"
+#include "display/coast.h"
+#include "orbit/satpos.h"
+
+namespace {
+
+constexpr double kPi = 3.14159265;  // as the scan geometry takes it
+constexpr double kRad2Deg = 180.0 / M_PI;
+
+// Longitude brought into (-pi, pi].
+double wrap_pi(double lon) {
+  while (lon > M_PI) lon -= 2 * M_PI;
+  while (lon <= -M_PI) lon += 2 * M_PI;
+  return lon;
+}
+
+// The 2/4/8 bits of a degree line at whole degree m (m >= 0).
+int degree_bits(long m) {
+  int b = 0;
+  if (m % 2 == 0) b |= 2;
+  if (m % 5 == 0) b |= 4;
+  if (m % 10 == 0) b |= 8;
+  return b;
+}
+
+// Earth-centre angle and its cosine/sine for every pixel of a line: the same
+// for every line of a picture.
+struct ScanAngles {
+  std::vector<double> c, s;
+};
+
+ScanAngles scan_angles(const ORBIT& orbit, int width) {
+  ScanAngles a;
+  a.c.resize(size_t(width));
+  a.s.resize(size_t(width));
+  for (int x = 0; x < width; x++) {
+    double th = x2earthangle(orbit.height, E_W, x, orbit.width_original / 2, orbit.max_sens_angle);
+    a.c[size_t(x)] = std::cos(th);
+    a.s[size_t(x)] = std::sin(th);
+  }
+  return a;
+}
+
+// Positions of a line's pixels: the unit satellite vector rotated by each
+// pixel's earth angle across the orbit plane (about the inclination).
+void line_positions_with(XLINE* l, const EPOINT& earth, const EPOINT& sat, double si, double ci,
+                         const ScanAngles& ang) {
+  if (!l->pos) return;
+  double len = std::sqrt(double(sat.x) * sat.x + double(sat.y) * sat.y + double(sat.z) * sat.z);
+  if (len <= 0) return;
+  const double ux = sat.x / len, uy = sat.y / len, uz = sat.z / len;
+  const double lam = earth.lon;
+  const int w = std::min(l->width, int(ang.c.size()));
+  for (int x = 0; x < w; x++) {
+    double c = ang.c[size_t(x)], s = ang.s[size_t(x)];
+    double px = ux * c + s * si, py = uy * c, pz = uz * c - s * ci;
+    if (s == 0) px = ux, py = uy, pz = uz;
+    double pl = std::sqrt(px * px + py * py + pz * pz);
+    EPOINT& p = l->pos[x];
+    p.x = float(px);
+    p.y = float(py);
+    p.z = float(pz);
+    p.lon = float(wrap_pi(-(std::atan2(px / pl, py / pl) + lam)));
+    p.lat = float(std::asin(std::clamp(pz / pl, -1.0, 1.0)));
+  }
+}
+
+}  // namespace
+
+float x2earthangle(float height, SCANDIR scandir, int x, int n, float max_angle) {
+  if (n == 0) return 0.0f;
+  // Sensor angle of pixel x: +A at x = 0, 0 at the nadir x = n, -A at x = 2n.
+  double a = kPi * max_angle / 180.0 * double(n - x) / double(n);
+  if (scandir == W_E) a = -a;
+  // The ray from a satellite at k earth radii meets the sphere at the earth
+  // angle th with cos th = sqrt(1 - k^2 sin^2 a) cos a + k sin^2 a.
+  double k = (GEO_EARTH_RADIUS_M + height) / GEO_EARTH_RADIUS_M;
+  double s2 = std::sin(a) * std::sin(a);
+  double c = std::sqrt(std::max(0.0, 1.0 - k * k * s2)) * std::cos(a) + k * s2;
+  c = std::clamp(c, -1.0, 1.0);
+  double r = std::acos(c);
+  return float(a < 0 ? -r : r);
+}
+
+void line_positions(XLINE* l, const EPOINT& earth, const EPOINT& sat, float inclination,
+                    const ORBIT& orbit) {
+  if (!l->pos) return;
+  ScanAngles ang = scan_angles(orbit, l->width);
+  line_positions_with(l, earth, sat, std::sin(double(inclination)), std::cos(double(inclination)),
+                      ang);
+}
+
+void line_olmask(const XLINE* prev, XLINE* l) {
+  if (!l->olmask || !l->pos) return;
+  // A longitude crossing between neighbours sets the byte, a latitude
+  // crossing against the line before adds to it.
+  std::memset(l->olmask, 0, size_t(l->width));
+  for (int x = 1; x < l->width; x++) {
+    long l1 = std::lround(200.0 + l->pos[x - 1].lon * kRad2Deg);
+    long l2 = std::lround(200.0 + l->pos[x].lon * kRad2Deg);
+    if (l1 != l2) l->olmask[x] = uint8_t(1 | degree_bits(std::max(l1, l2)));
+  }
+  if (prev && prev->pos) {
+    int w = std::min(l->width, prev->width);
+    for (int x = 0; x < w; x++) {
+      long p1 = std::lround(100.0 + prev->pos[x].lat * kRad2Deg);
+      long p2 = std::lround(100.0 + l->pos[x].lat * kRad2Deg);
+      if (p1 != p2) l->olmask[x] |= uint8_t(1 | degree_bits(std::max(p1, p2)));
+    }
+  }
+}
+
+int add_subsatpos(PICINFO* pic) {
+  if (!pic->xline || !pic->valid_time) return 0;
+  ORBIT& orbit = pic->orbit;
+  const double si = std::sin(double(pic->kepler.inclination));
+  const double ci = std::cos(double(pic->kepler.inclination));
+  int maxw = 0;
+  for (XLINE* l = pic->xline; l; l = l->next) maxw = std::max(maxw, l->width);
+  ScanAngles ang = scan_angles(orbit, maxw);
+
+  int done = 0;
+  XLINE* prev = nullptr;
+  for (XLINE* l = pic->xline; l; prev = l, l = l->next) {
+    struct tm t = l->tm_ms.tm;
+    t.tm_sec += orbit.offset_sec;
+    t.tm_hour += orbit.offset_gmt;
+    pava::mktime_utc(&t);
+    EPOINT earth{}, sat{}, subsat{};
+    if (calc_sat_earth_v2(&t, l->tm_ms.ms, &pic->kepler, &orbit, &earth, &sat, &subsat) != 0) {
+      if (done == 0) return -1;
+      continue;
+    }
+    l->subsatpos = subsat;
+    line_positions_with(l, earth, sat, si, ci, ang);
+    line_olmask(prev, l);
+    done++;
+  }
+  return done;
+}
+
+int xy2lonlat(int x, int y, const XLINE* line, const PICINFO* pic, EPOINT* out) {
+  if (!line) {
+    int n = pic_line_count(pic);
+    if (n == 0) return 0;
+    line = pic_line(pic, std::clamp(y, 0, n - 1));
+  }
+  if (!line || !line->pos || line->width <= 0) return 0;
+  x = std::clamp(x, 0, line->width - 1);
+  *out = line->pos[x];
+  out->lon = float(line->pos[x].lon + kPi * pic->orbit.offset_lon / 180.0);
+  return 1;
+}
+
+std::vector<DBLFLOAT> mklut_xy2lonlat(const XLINE* first, int width, int height, float offset_lon) {
+  std::vector<DBLFLOAT> t;
+  if (width <= 0 || height <= 0) return t;
+  t.assign(size_t(width) * size_t(height) + 2, DBLFLOAT{0, 0});
+  double off = kPi * offset_lon / 180.0;
+  double minlon = 10.0, minlat = 10.0, maxlon = -10.0, maxlat = -10.0;
+  int y = 0;
+  for (const XLINE* l = first; l && y < height; l = l->next, y++) {
+    if (!l->pos) continue;
+    int w = std::min(width, l->width);
+    DBLFLOAT* row = &t[size_t(y) * size_t(width)];
+    for (int x = 0; x < w; x++) {
+      double lon = l->pos[x].lon + off;
+      double lat = l->pos[x].lat;
+      row[x].a = float(lon * kRad2Deg);
+      row[x].b = float(lat * kRad2Deg);
+      if (l->tm_ms.valid) {
+        minlon = std::min(minlon, lon);
+        maxlon = std::max(maxlon, lon);
+        minlat = std::min(minlat, lat);
+        maxlat = std::max(maxlat, lat);
+      }
+    }
+  }
+  size_t nb = size_t(width) * size_t(height);
+  t[nb] = {float(minlon * kRad2Deg), float(minlat * kRad2Deg)};
+  t[nb + 1] = {float(maxlon * kRad2Deg), float(maxlat * kRad2Deg)};
+  return t;
+}
+
+std::vector<DBLINT> mklut_lonlat2xy(const std::vector<DBLFLOAT>& xy2lola, int width, int height,
+                                    int* offset_lon, int* offset_lat, int* range_lon,
+                                    int* range_lat, int scale, long max_cells) {
+  std::vector<DBLINT> t;
+  *offset_lon = *offset_lat = *range_lon = *range_lat = 0;
+  size_t np = size_t(width) * size_t(height);
+  if (width <= 0 || height <= 0 || xy2lola.size() != np + 2 || scale <= 0) return t;
+  const DBLFLOAT lo = xy2lola[np], hi = xy2lola[np + 1];
+  if (!(lo.a <= hi.a) || !(lo.b <= hi.b)) return t;  // no line with a valid time
+  int lon0 = int(scale * lo.a), lat0 = int(scale * lo.b);
+  long rlon = long(scale * hi.a) - lon0, rlat = long(scale * hi.b) - lat0;
+  if (rlon <= 0 || rlat <= 0 || rlon * rlat > max_cells) return t;
+  t.assign(size_t(rlon * rlat), DBLINT{0, 0});
+  for (int y = 0; y < height; y++) {
+    const DBLFLOAT* row = &xy2lola[size_t(y) * size_t(width)];
+    for (int x = 0; x < width; x++) {
+      long i = long(scale * row[x].a - lon0) + long(scale * row[x].b - lat0) * rlon;
+      if (i >= 0 && i < rlon * rlat) t[size_t(i)] = {x, y};
+    }
+  }
+  // Holes take the last value seen, a and b each on its own, across rows.
+  int la = 0, lb = 0;
+  for (DBLINT& e : t) {
+    if (e.a == 0)
+      e.a = la;
+    else
+      la = e.a;
+    if (e.b == 0)
+      e.b = lb;
+    else
+      lb = e.b;
+  }
+  *offset_lon = lon0;
+  *offset_lat = lat0;
+  *range_lon = int(rlon);
+  *range_lat = int(rlat);
+  return t;
+}
+
+void lonlat2ovl(const std::vector<DBLFLOAT>& xy2lola, int width, int height,
+                std::vector<char>& ovlarr) {
+  size_t np = size_t(width) * size_t(height);
+  if (width <= 0 || height <= 0 || xy2lola.size() < np) return;
+  if (ovlarr.size() < np) ovlarr.resize(np, 0);
+  // A value crosses a degree line when its truncated degree or its sign
+  // changes (so -0.5 and +0.5 still mark the zero line).
+  auto changed = [](float a, float b) {
+    return int(a) != int(b) || std::signbit(a) != std::signbit(b);
+  };
+  auto bits = [](float v) {
+    long m = std::lround(v);
+    int b = 2;
+    if (m % 5 == 0) b |= 4;
+    if (m % 10 == 0) b |= 8;
+    return b;
+  };
+  for (int y = 0; y < height; y++) {
+    const DBLFLOAT* row = &xy2lola[size_t(y) * size_t(width)];
+    const DBLFLOAT* up = y > 0 ? row - width : nullptr;
+    char* o = &ovlarr[size_t(y) * size_t(width)];
+    for (int x = 0; x < width; x++) {
+      int b = 0;
+      if (x > 0) {
+        if (changed(row[x - 1].a, row[x].a)) b |= bits(row[x].a);
+        if (changed(row[x - 1].b, row[x].b)) b |= bits(row[x].b);
+      }
+      if (up) {
+        if (changed(up[x].a, row[x].a)) b |= bits(row[x].a);
+        if (changed(up[x].b, row[x].b)) b |= bits(row[x].b);
+      }
+      o[x] = char(o[x] | b);
+    }
+  }
+}
+
+void free_overlay(OVLINFO* ovl) {
+  std::vector<DBLFLOAT>().swap(ovl->xy2lola);
+  std::vector<DBLINT>().swap(ovl->lola2xy);
+  std::vector<char>().swap(ovl->ovlarr);
+  std::vector<uint32_t>().swap(ovl->cells);
+  ovl->cells_step_lon = ovl->cells_step_lat = 0;
+  ovl->built = 0;
+  ovl->built_coast = 0;
+}
+
+int create_overlay(FILE* coast, PICINFO* pic) {
+  OVLINFO& ovl = pic->ovlinfo;
+  const ORBIT& orbit = pic->orbit;
+  if (ovl.built && !ovl.ovlarr.empty() && ovl.built_offset_gmt == orbit.offset_gmt &&
+      ovl.built_offset_sec == orbit.offset_sec && ovl.built_offset_lon == orbit.offset_lon &&
+      ovl.built_use_sattime == orbit.use_sattime && (ovl.built_coast || !coast))
+    return 0;
+  free_overlay(&ovl);
+  int w = pic->width, h = std::min(pic->height, pic_line_count(pic));
+  if (w <= 0 || h <= 0) return -1;
+  ovl.ovlarr.assign(size_t(w) * size_t(h), 0);
+  ovl.xy2lola = mklut_xy2lonlat(pic->xline, w, h, orbit.offset_lon);
+  // Hundredths of a degree; a pass over the pole spans every longitude, so the
+  // table is made coarser rather than taking gigabytes.
+  for (int scale = 100; scale >= 6; scale /= 2) {
+    ovl.lola2xy = mklut_lonlat2xy(ovl.xy2lola, w, h, &ovl.offset_lon, &ovl.offset_lat,
+                                  &ovl.range_lon, &ovl.range_lat, scale);
+    ovl.scale = scale;
+    if (!ovl.lola2xy.empty()) break;
+  }
+  if (coast && !ovl.lola2xy.empty()) {
+    std::rewind(coast);
+    ovl.built_coast = draw_coast_file(coast, &ovl, w, h) == GSHHS_CORRUPT ? -1 : 1;
+  } else if (coast) {
+    ovl.built_coast = 2;  // no lon/lat table to place the coast with: nothing to draw
+  }
+  lonlat2ovl(ovl.xy2lola, w, h, ovl.ovlarr);
+  ovl.built = 1;
+  ovl.built_offset_gmt = orbit.offset_gmt;
+  ovl.built_offset_sec = orbit.offset_sec;
+  ovl.built_offset_lon = orbit.offset_lon;
+  ovl.built_use_sattime = orbit.use_sattime;
+  return 1;
+}
+
+const int* mk_lintbl(const PICINFO* pic, VIEWINFO* view) {
+  if (!view->linearize) return nullptr;
+  const int W0 = pic->width_original;
+  const float A = pic->max_sens_angle;
+  if (W0 <= 0 || A == 0 || pic->width <= 0) return nullptr;
+  const double L = pic->lin_exp != 0 ? pic->lin_exp : 1.0;
+  const float h = pic->orbit.height != 0 ? pic->orbit.height : GEO_DEFAULT_HEIGHT_M;
+  const int n = int(W0 * L) / 2, N = 2 * n;
+  if (n < 1) return nullptr;
+  std::vector<int> t(size_t(N), 0), lin(size_t(N), 0), rev(size_t(N), 0);
+
+  // t: output column, linear in ground distance, to source column.
+  const double E = x2earthangle(h, scan_unk, 0, 1, A);
+  if (E == 0) return nullptr;
+  t[0] = 0;
+  t[size_t(N - 1)] = W0 - 1;
+  int j = 0;
+  for (int i = 0; i < n; i++) {
+    double e = (n - 1) * double(x2earthangle(h, scan_unk, i, n, A)) / E;
+    for (int k = j; k <= (n - 1) - int(e); k++) {
+      t[size_t(k)] = int(i / L);
+      t[size_t(N - 1 - k)] = W0 - 1 - t[size_t(k)];
+    }
+    j = n - int(e);
+  }
+
+  const int width = pic->width;
+  int ox = pic->ox;
+  if (ox + width > W0) ox = W0 - width;
+  const int s = std::clamp(int(ox * L), 0, N - 1);
+  const int e = std::min(N - 1, int(s + (width - 1) * L));
+  const int den = t[size_t(e)] - t[size_t(s)];
+  for (int k = 0; k < N; k++) {
+    int m = s + k;
+    if (m > W0 * L - 1 || m >= N) break;
+    int v = den != 0 ? (width - 1) * (t[size_t(m)] - t[size_t(s)]) / den : 0;
+    lin[size_t(k)] = v;
+    if (v >= 0 && v < width) rev[size_t(v)] = k;
+  }
+  view->lin_xtbl = std::move(lin);
+  view->revlin_xtbl = std::move(rev);
+  return view->lin_xtbl.data();
+}
+
+int scrx2picx(int sx, VIEWINFO* view, const PICINFO* pic) {
+  const ZOOMVAL& z = view->zval;
+  double sxp = sx + view->xmap_offset;
+  double v;
+  if (view->scan_hor != E_W)
+    v = z.dx != 0 ? sxp / z.dx + z.ox : 0;
+  else
+    v = (z.zx != 0 && z.dx != 0) ? pic->width / z.zx + z.ox - sxp / z.dx : 0;
+  const double top = double(pic->width) + z.ox;
+  v = std::clamp(v, 0.0, std::max(0.0, top));
+  if (!(v < top - 1)) {
+    v = top;
+  } else if (view->linearize) {
+    if (pic->lin_exp == 0) return int(pic->ox + v);
+    if (view->lin_xtbl.empty()) mk_lintbl(pic, view);
+    if (!view->lin_xtbl.empty()) {
+      long i = long(pic->lin_exp * v);
+      i = std::clamp(i, 0L, long(view->lin_xtbl.size()) - 1);
+      v = view->lin_xtbl[size_t(i)];
+    }
+  }
+  return int(pic->ox + v);
+}
+
+int scry2picy(int sy, const VIEWINFO* view, const PICINFO* pic) {
+  const ZOOMVAL& z = view->zval;
+  double syp = sy + view->ymap_offset;
+  double y;
+  if (view->scan_ver != S_N) {
+    if (z.dy == 0) return pic->oy;
+    y = syp / z.dy + z.oy;
+  } else {
+    if (z.zy == 0 || z.dy == 0) return pic->oy;
+    y = pic->height / z.zy + z.oy - syp / z.dy;
+  }
+  return int(y) + pic->oy;
+}
+
+int map_xy(int wnd_width, int wnd_height, int no_xymapping, int single_channel, PICINFO* pic,
+           VIEWINFO* view, std::vector<int>* xmap, std::vector<int>* ymap) {
+  mk_lintbl(pic, view);
+  if (wnd_width < 0 || wnd_height < 0) return 1;
+  std::vector<int> xm, ym;
+  try {
+    xm.assign(size_t(wnd_width), -1);
+  } catch (...) {
+    return 1;
+  }
+  try {
+    ym.assign(size_t(wnd_height), -1);
+  } catch (...) {
+    return 2;
+  }
+  view->xmap_offset = 0;
+  view->ymap_offset = 0;
+  const int width = pic->width, height = pic->height;
+  view->zval.dx = width > 0 ? wnd_width * view->zval.zx / width : 0;
+  view->zval.dy = height > 0 ? wnd_height * view->zval.zy / height : 0;
+
+  int step = 1, chan_sel = 0, header_len = 0;
+  if (!single_channel) {
+    step = pic->fri.inter_chan;
+    header_len = pic->fri.header_len;
+    for (int ch = 1; ch <= 25; ch++) {
+      if (view->channel_selected[ch] && pic->channels_recorded[ch]) break;
+      if (pic->channels_recorded[ch]) chan_sel++;
+    }
+  }
+  int nx = 0;
+  for (int sx = 0; sx < wnd_width; sx++) {
+    int x = no_xymapping ? sx : scrx2picx(sx, view, pic) - pic->ox;
+    if (x >= width) continue;
+    xm[size_t(nx++)] = std::max(0, x) * step + chan_sel + header_len;
+  }
+  int ny = 0;
+  for (int sy = 0; sy < wnd_height; sy++) {
+    int y = no_xymapping ? sy : scry2picy(sy, view, pic) - pic->oy;
+    if (y >= height) continue;
+    ym[size_t(ny++)] = std::clamp(y, 0, std::max(0, height - 1));
+  }
+  if (view->scan_hor == E_W) view->xmap_offset = wnd_width - nx;
+  if (view->scan_ver == S_N) view->ymap_offset = wnd_height - ny;
+  view->xmap = std::move(xm);
+  view->ymap = std::move(ym);
+  if (xmap) *xmap = view->xmap;
+  if (ymap) *ymap = view->ymap;
+  return 0;
+}

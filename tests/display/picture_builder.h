@@ -1,0 +1,68 @@
+// Pictures built in memory for the display tests: lines with channel values
+// from a function, and positions laid out by hand.
+#pragma once
+#include <cmath>
+#include <functional>
+#include <memory>
+
+#include "display/display_types.h"
+#include "formats/picinfo.h"
+
+namespace dtest {
+
+struct PicDeleter {
+  void operator()(PICINFO* p) const { pic_delete(p); }
+};
+using PicPtr = std::unique_ptr<PICINFO, PicDeleter>;
+
+// A picture of h lines of nchan channels, w samples each; value(ch, x, y)
+// gives the sample of channel ch (1-based) at (x, y). Every line has a valid
+// time.
+inline PicPtr make_picture(int w, int h, int nchan,
+                           const std::function<int(int, int, int)>& value) {
+  PicPtr pic(pic_new());
+  XLINE* head = nullptr;
+  XLINE* tail = nullptr;
+  for (int y = 0; y < h; y++) {
+    tail = Create_Xline(&head, nchan, w, tail);
+    tail->linenr = y;
+    tail->tm_ms.valid = 1;
+    for (int ch = 1; ch <= nchan; ch++)
+      for (int x = 0; x < w; x++) tail->line[ch - 1][x] = uint16_t(value(ch, x, y));
+  }
+  pic_set_lines(pic.get(), head);
+  pic->width = w;
+  pic->height = h;
+  pic->nr_chan = nchan;
+  pic->width_original = w;
+  for (int ch = 1; ch <= nchan; ch++) pic->channels_recorded[ch] = 1;
+  return pic;
+}
+
+// Positions laid out linearly: lon = lon0 + x*dlon, lat = lat0 - y*dlat
+// (degrees), stored in radians. Marks the picture's time and orbit valid.
+inline void lay_out_positions(PICINFO* pic, double lon0, double dlon, double lat0, double dlat) {
+  int y = 0;
+  for (XLINE* l = pic->xline; l; l = l->next, y++)
+    for (int x = 0; x < l->width; x++) {
+      l->pos[x].lon = float((lon0 + x * dlon) * M_PI / 180.0);
+      l->pos[x].lat = float((lat0 - y * dlat) * M_PI / 180.0);
+    }
+  pic->valid_time = 1;
+  pic->orbit.valid = 1;
+}
+
+// A view at zoom 1 of everything, grey, window 0..1023.
+inline VIEWINFO* make_view() {
+  auto* v = new VIEWINFO();
+  v->zval.zx = v->zval.zy = 1;
+  v->lum_min = 0;
+  v->lum_max = 1023;
+  v->gamma = 1.0f;
+  v->chan_selected = 1;
+  v->scan_hor = W_E;
+  v->scan_ver = N_S;
+  return v;
+}
+
+}  // namespace dtest

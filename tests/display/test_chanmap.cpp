@@ -1,0 +1,324 @@
+// Channel maps: composition, default maps, stored maps, alignment.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstring>
+
+#include "common/text.h"
+#include "config/prefs.h"
+#include "display/chanmap.h"
+#include "picture_builder.h"
+#include "support/testutil.h"
+
+namespace {
+
+CLRMAPCHAN empty_map() {
+  CLRMAPCHAN m{};
+  m.lum = 1.0f;
+  m.gamma = 1.0f;
+  return m;
+}
+
+int all_recorded[26] = {0, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1,
+                        1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1};
+
+}  // namespace
+
+// The composition's edge cases: offsets alone, clamping, lum scaling after the
+// sums, truncation after every channel.
+TEST(ChanMapCompose, EdgeCases) {
+  int v[26] = {};
+  int r, g, b;
+
+  // No channel on: the offsets alone; METOP's red offset -10 gives -40, clamped to 0.
+  CLRMAPCHAN metop{};
+  ASSERT_EQ(set_std_falseclr(FT_METOP, &metop), 1);
+  for (int ch = 1; ch <= 25; ch++) metop.on[ch] = 0;
+  metop.red_offset = -10;
+  compose_pixel(metop, all_recorded, v, &r, &g, &b);
+  EXPECT_EQ(r, 0);
+  EXPECT_EQ(g, 0);
+  EXPECT_EQ(b, 0);
+  // A positive offset alone shows as 4 times the offset.
+  metop.green_offset = 25;
+  compose_pixel(metop, all_recorded, v, &r, &g, &b);
+  EXPECT_EQ(g, 100);
+
+  // Weight 1.1 on 1023 gives 1125, clamped to 1023.
+  CLRMAPCHAN m = empty_map();
+  m.on[2] = 1;
+  m.red[2] = 1.1f;
+  m.green[2] = 0.5f;
+  v[2] = 1023;
+  compose_pixel(m, all_recorded, v, &r, &g, &b);
+  EXPECT_EQ(r, 1023);
+  EXPECT_EQ(g, 511);  // trunc(511.5)
+
+  // Truncation after every channel: 0.5 + 0.5 of value 1 each gives 0, not 1.
+  CLRMAPCHAN t = empty_map();
+  t.on[1] = t.on[2] = 1;
+  t.red[1] = t.red[2] = 0.5f;
+  int ones[26] = {};
+  ones[1] = ones[2] = 1;
+  compose_pixel(t, all_recorded, ones, &r, &g, &b);
+  EXPECT_EQ(r, 0);
+
+  // lum 0: unscaled; lum 0.5: halved after summing (trunc(0.5*(3+3)) = 3,
+  // while halving each share would give 1 + 1).
+  CLRMAPCHAN s = empty_map();
+  s.on[1] = s.on[2] = 1;
+  s.red[1] = s.red[2] = 1.0f;
+  int threes[26] = {};
+  threes[1] = threes[2] = 3;
+  s.lum = 0;
+  compose_pixel(s, all_recorded, threes, &r, &g, &b);
+  EXPECT_EQ(r, 6);
+  s.lum = 0.5f;
+  compose_pixel(s, all_recorded, threes, &r, &g, &b);
+  EXPECT_EQ(r, 3);
+
+  // A channel that is on in the map but not recorded adds nothing.
+  int rec[26] = {};
+  rec[1] = 1;
+  compose_pixel(s, rec, threes, &r, &g, &b);
+  EXPECT_EQ(r, 1);  // trunc(0.5 * 3)
+}
+
+// The default map of every file type, row by row.
+TEST(ChanMapDefaults, WholeTable) {
+  struct W {
+    int ch;
+    float r, g, b;
+  };
+  struct Row {
+    FILE_TYPE ft;
+    const char* name;
+    int ro, go, bo;
+    std::vector<W> w;
+  };
+  const std::vector<Row> rows = {
+      // NOAA HRPT and HPT: channel 1 blue, channel 2 red+green at 1.1
+      {FT_HRPT, "NOAA", 0, 0, 0, {{1, 0, 0, 1.0f}, {2, 1.1f, 1.1f, 0}}},
+      {FT_HPT, "NOAA", 0, 0, 0, {{1, 0, 0, 1.0f}, {2, 1.1f, 1.1f, 0}}},
+      // FY-1 CHRPT
+      {FT_CHRPT, "FY1", 0, 0, 0, {{1, 1.0f, 0, 0}, {2, 0, 2.0f, 0}, {7, 0, 0, 1.0f}}},
+      // SeaStar
+      {FT_SEAWIF, "Seawif", 0, 0, 0, {{2, 0, 0, 1.0f}, {5, 0, 1.0f, 0}, {6, 1.0f, 0, 0}}},
+      // FY3 (CHPT and FY3 files): four channels
+      {FT_CHPT,
+       "FY3",
+       0,
+       0,
+       0,
+       {{2, 0.8f, 1.8f, 0}, {6, 0.9f, 0, 0}, {9, 0, 0, 0.8f}, {10, 0, 0, 0.3f}}},
+      {FT_FY3,
+       "FY3",
+       0,
+       0,
+       0,
+       {{2, 0.8f, 1.8f, 0}, {6, 0.9f, 0, 0}, {9, 0, 0, 0.8f}, {10, 0, 0, 0.3f}}},
+      // Meteor
+      {FT_MHRPT1, "METEOR", 0, 0, 0, {{1, 0, 0, 1.0f}, {2, 0, 1.0f, 0}, {3, 1.0f, 0, 0}}},
+      {FT_MHRPT2, "METEOR", 0, 0, 0, {{1, 0, 0, 1.0f}, {2, 0, 1.0f, 0}, {3, 1.0f, 0, 0}}},
+      // Metop: red offset -10
+      {FT_METOP, "METOP", -10, 0, 0, {{1, 0, 0.2f, 2.0f}, {2, 1.8f, 0.8f, 0}, {3, 0.5f, 0.9f, 0}}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    CLRMAPCHAN m{};
+    m.on[20] = 1;  // left over from before: must be cleared
+    m.red[20] = 3;
+    ASSERT_EQ(set_std_falseclr(row.ft, &m), 1);
+    EXPECT_STREQ(m.mapname, row.name);
+    EXPECT_EQ(m.red_offset, row.ro);
+    EXPECT_EQ(m.green_offset, row.go);
+    EXPECT_EQ(m.blue_offset, row.bo);
+    EXPECT_FLOAT_EQ(m.gamma, 1.0f);
+    int on = 0;
+    for (int ch = 1; ch <= 25; ch++) on += m.on[ch] ? 1 : 0;
+    EXPECT_EQ(on, int(row.w.size()));
+    for (const W& w : row.w) {
+      EXPECT_TRUE(m.on[w.ch]) << w.ch;
+      EXPECT_FLOAT_EQ(m.red[w.ch], w.r);
+      EXPECT_FLOAT_EQ(m.green[w.ch], w.g);
+      EXPECT_FLOAT_EQ(m.blue[w.ch], w.b);
+    }
+  }
+  // Types without a default leave the map as it is.
+  for (FILE_TYPE ft : {FT_QNOAA20, FT_QNOAA21, FT_HRI, FT_MHRPT1N, FT_MHRPT2N}) {
+    CLRMAPCHAN m{};
+    m.on[4] = 1;
+    m.red[4] = 0.25f;
+    EXPECT_EQ(set_std_falseclr(ft, &m), 0);
+    EXPECT_TRUE(m.on[4]);
+    EXPECT_FLOAT_EQ(m.red[4], 0.25f);
+  }
+}
+
+class StoredMaps : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    saved_ = prefs;
+    std::memset(prefs.clrmaps, 0, sizeof prefs.clrmaps);
+    std::memset(prefs.clrmaps_loaded, 0, sizeof prefs.clrmaps_loaded);
+    prefs.prefs_file[0] = '\0';  // saving writes pava.ini into the current directory
+    prefs.cur_dir[0] = '\0';
+    view_.reset(dtest::make_view());
+  }
+  void TearDown() override { prefs = saved_; }
+  PREFS saved_;
+  std::unique_ptr<VIEWINFO> view_;
+};
+
+// The map chosen for a picture: the family's stored map 1 when it has a
+// channel on, else the default; a Meteor picture with an empty map 1 shows
+// the "METEOR" default.
+TEST_F(StoredMaps, ChoiceWhenShown) {
+  auto pic = dtest::make_picture(4, 2, 3, [](int, int, int) { return 0; });
+  pic->sat_type = M2HRPT;
+  pic->file_type = FT_MHRPT2;
+  set_falseclr(pic.get(), view_.get());
+  EXPECT_STREQ(view_->cmhc.mapname, "METEOR");
+  EXPECT_TRUE(view_->cmhc.on[3]);
+
+  // A stored NOAA map 1 with a channel on wins, with lum reset to 1.0.
+  CLRMAPCHAN& st = prefs.clrmaps[0][0];
+  st.on[4] = 1;
+  st.red[4] = 0.7f;
+  st.lum = 0.3f;
+  pava::copy_text(st.mapname, "mine");
+  pic->sat_type = HRPT;
+  pic->file_type = FT_HRPT;
+  set_falseclr(pic.get(), view_.get());
+  EXPECT_STREQ(view_->cmhc.mapname, "mine");
+  EXPECT_FLOAT_EQ(view_->cmhc.lum, 1.0f);
+  EXPECT_FLOAT_EQ(view_->cmhc.red[4], 0.7f);
+
+  // Families by satellite type.
+  EXPECT_EQ(clrmap_family(HRPT), 0);
+  EXPECT_EQ(clrmap_family(METOP), 1);
+  EXPECT_EQ(clrmap_family(M1HRPT), 2);
+  EXPECT_EQ(clrmap_family(FY3D), 3);
+  EXPECT_EQ(clrmap_family(AQUA), 0);
+}
+
+// Store, get, undo and save with the button states.
+TEST_F(StoredMaps, StoreGetUndoSave) {
+  testutil::TempDir dir;
+  char cwd[512];
+  ASSERT_NE(getcwd(cwd, sizeof cwd), nullptr);
+  ASSERT_EQ(chdir(dir.path().c_str()), 0);  // a written pava.ini lands here
+
+  CLRMAP_BUTTONS b{};
+  prefs.clrmaps_loaded[1][2].on[5] = 1;
+  prefs.clrmaps_loaded[1][2].blue[5] = 0.9f;
+  view_->cmhc.on[3] = 1;
+  view_->cmhc.green[3] = 1.5f;
+  ASSERT_EQ(clrmap_store(view_.get(), 1, 2, &b), 0);
+  EXPECT_EQ(b.store[2], STORE_CHANGED);
+  EXPECT_EQ(b.save_sensitive, 1);
+  EXPECT_FLOAT_EQ(prefs.clrmaps[1][2].green[3], 1.5f);
+  EXPECT_STREQ(prefs.clrmaps[1][2].satname, "METOP");
+  RGBCLR red = store_button_colour(b.store[2]);
+  EXPECT_EQ(red.red, 0xffff);
+  EXPECT_EQ(red.green, 0);
+
+  view_->cmhc = CLRMAPCHAN{};
+  ASSERT_EQ(clrmap_get(view_.get(), 1, 2), 0);
+  EXPECT_FLOAT_EQ(view_->cmhc.green[3], 1.5f);
+
+  ASSERT_EQ(clrmap_store(view_.get(), 1, 0, &b), 0);
+  ASSERT_EQ(clrmap_undo(view_.get(), 1, 2, &b), 0);
+  EXPECT_EQ(b.store[2], STORE_PLAIN);
+  EXPECT_TRUE(prefs.clrmaps[1][2].on[5]);
+  EXPECT_FALSE(prefs.clrmaps[1][2].on[3]);
+  EXPECT_FLOAT_EQ(view_->cmhc.blue[5], 0.9f);
+
+  ASSERT_EQ(clrmap_save(&b), 0);
+  EXPECT_EQ(b.store[0], STORE_SAVED);  // was red: now green
+  EXPECT_EQ(b.store[2], STORE_PLAIN);
+  EXPECT_EQ(b.save_sensitive, 0);
+  // The stored map is in the preferences file's ClrMap lines.
+  std::string ini = testutil::read_file(dir.file("pava.ini"));
+  EXPECT_NE(ini.find("M1 \"METOP\""), std::string::npos) << ini;
+  EXPECT_NE(ini.find("C3[0.00,1.50,0.00]"), std::string::npos);
+  RGBCLR green = store_button_colour(STORE_SAVED);
+  EXPECT_EQ(green.green, 0xffff);
+  EXPECT_EQ(green.red, 0);
+
+  // Bad slots are refused.
+  EXPECT_EQ(clrmap_store(view_.get(), 4, 0, &b), -1);
+  EXPECT_EQ(clrmap_get(view_.get(), 0, 3), -1);
+  ASSERT_EQ(chdir(cwd), 0);
+}
+
+// "CMap A/B/C" and "Clum": lum always goes to stored map 1.
+TEST_F(StoredMaps, ChoiceMenu) {
+  prefs.clrmaps[2][1].on[1] = 1;
+  prefs.clrmaps[2][1].lum = 0.4f;
+  view_->process_data = 0;
+  EXPECT_FLOAT_EQ(clrmap_choose(view_.get(), 2, 1, 0.8f), 1.0f);
+  EXPECT_EQ(view_->process_data, 1);
+  EXPECT_TRUE(view_->cmhc.on[1]);
+  EXPECT_FLOAT_EQ(prefs.clrmaps[2][0].lum, 0.4f);  // map 2's lum written into map 1
+  EXPECT_FLOAT_EQ(clrmap_choose(view_.get(), 2, 3, 0.6f), 0.6f);
+  EXPECT_FLOAT_EQ(view_->cmhc.lum, 0.6f);
+  EXPECT_FLOAT_EQ(prefs.clrmaps[2][0].lum, 0.6f);
+
+  // " Std colour ": cleared map plus the default, gamma for the slider.
+  auto pic = dtest::make_picture(2, 2, 2, [](int, int, int) { return 0; });
+  pic->file_type = FT_HRPT;
+  view_->cmhc.on[9] = 1;
+  view_->gamma = 1.7f;
+  EXPECT_FLOAT_EQ(clrmap_std_colour(pic.get(), view_.get()), 1.7f);
+  EXPECT_FALSE(view_->cmhc.on[9]);
+  EXPECT_STREQ(view_->cmhc.mapname, "NOAA");
+}
+
+// Alignment: reset, auto by file type, the extremes of vshift.
+TEST(ChanMapAlign, ResetAndAuto) {
+  std::unique_ptr<VIEWINFO> v(dtest::make_view());
+  align_set(v.get(), 4, 2, 3, 1);
+  align_set(v.get(), 6, 0, -5, 0);
+  EXPECT_EQ(v->min_vshift, -5);
+  EXPECT_EQ(v->max_vshift, 3);
+  EXPECT_EQ(align_reset(v.get()), 2184);
+  for (int ch = 1; ch <= 25; ch++) {
+    EXPECT_EQ(v->hshift[ch], 0);
+    EXPECT_EQ(v->vshift[ch], 0);
+    EXPECT_EQ(v->tilt[ch], 0);
+  }
+  EXPECT_EQ(align_auto(v.get(), FT_CHRPT), 3840);
+  EXPECT_EQ(v->hshift[7], -3);
+  EXPECT_EQ(v->hshift[9], -3);
+  EXPECT_EQ(v->hshift[10], -2);
+  EXPECT_EQ(v->tilt[7], 4);
+  align_set(v.get(), 2, 0, 4, 0);
+  EXPECT_EQ(align_auto(v.get(), FT_MHRPT1), 3840);
+  EXPECT_EQ(v->vshift[2], -1);  // the earlier 4 was reset
+  EXPECT_EQ(v->vshift[3], -2);
+  EXPECT_EQ(v->hshift[7], 0);
+  EXPECT_EQ(v->min_vshift, -2);
+
+  // Tilt: a vertical shift growing to `tilt` lines at the last column.
+  int sx, sy;
+  v->tilt[5] = 4;
+  v->hshift[5] = 1;
+  align_source(v.get(), 5, 0, 10, 101, &sx, &sy);
+  EXPECT_EQ(sx, 1);
+  EXPECT_EQ(sy, 10);
+  align_source(v.get(), 5, 100, 10, 101, &sx, &sy);
+  EXPECT_EQ(sy, 14);
+}
+
+// Channel slots follow the recorded channels in file order.
+TEST(ChanMapSlots, FileOrder) {
+  auto pic = dtest::make_picture(2, 1, 3, [](int, int, int) { return 0; });
+  std::memset(pic->channels_recorded, 0, sizeof pic->channels_recorded);
+  pic->channels_recorded[2] = pic->channels_recorded[4] = pic->channels_recorded[5] = 1;
+  EXPECT_EQ(chan_slot(pic.get(), 1), -1);
+  EXPECT_EQ(chan_slot(pic.get(), 2), 0);
+  EXPECT_EQ(chan_slot(pic.get(), 4), 1);
+  EXPECT_EQ(chan_slot(pic.get(), 5), 2);
+  EXPECT_EQ(chan_slot(pic.get(), 26), -1);
+}

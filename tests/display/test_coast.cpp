@@ -1,0 +1,218 @@
+// GSHHS coast files: reading, filters, refusing other layouts, drawing into
+// the mask; the grid step.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <map>
+
+#include "common/bytes.h"
+#include "display/coast.h"
+#include "display/draw.h"
+#include "display/georef.h"
+#include "picture_builder.h"
+#include "support/testutil.h"
+
+namespace {
+
+struct FileCloser {
+  void operator()(FILE* f) const {
+    if (f) std::fclose(f);
+  }
+};
+using FilePtr = std::unique_ptr<FILE, FileCloser>;
+
+FilePtr open_rb(const std::string& path) { return FilePtr(std::fopen(path.c_str(), "rb")); }
+
+// One polygon record in the 40-byte layout (bounds in degrees, area in km^2).
+std::string polygon(int id, int level, double west, double east, double south, double north,
+                    long area_tenths, const std::vector<std::pair<double, double>>& pts) {
+  std::string s(40 + 8 * pts.size(), '\0');
+  auto* p = reinterpret_cast<uint8_t*>(&s[0]);
+  auto put = [&](int off, double v) { pava::put_be32(p + off, uint32_t(int32_t(std::lround(v)))); };
+  put(0, id);
+  put(4, double(pts.size()));
+  put(8, level);
+  put(12, west * 1e6);
+  put(16, east * 1e6);
+  put(20, south * 1e6);
+  put(24, north * 1e6);
+  put(28, double(area_tenths));
+  put(32, 3);
+  pava::put_be16(p + 36, 0);
+  pava::put_be16(p + 38, 1);
+  for (size_t k = 0; k < pts.size(); k++) {
+    put(40 + 8 * int(k), pts[k].first * 1e6);
+    put(44 + 8 * int(k), pts[k].second * 1e6);
+  }
+  return s;
+}
+
+}  // namespace
+
+// The 40-byte crude file reads whole: 1866 polygons with their levels.
+TEST(CoastRead, RealFormat1File) {
+  FilePtr f = open_rb(testutil::shared_path("testdata/gshhs/gshhs_c_format1_maptools-0.6-3.b"));
+  ASSERT_TRUE(f);
+  GSHHS h{};
+  std::map<int, int> levels;
+  int n = 0, accepted = 0, r;
+  while ((r = read_polygon(f.get(), &h, -180, 180, -90, 90, 0, -1)) != GSHHS_EOF) {
+    ASSERT_EQ(r, GSHHS_ACCEPTED) << "polygon " << n;
+    if (n == 0) {
+      EXPECT_EQ(h.id, 0);
+      EXPECT_EQ(h.n, 1240);
+      EXPECT_EQ(h.level, 1);
+      EXPECT_EQ(h.west, -17533778);
+      EXPECT_EQ(h.east, 190326000);
+      EXPECT_NEAR(h.east_deg, 190.326 - 360, 1e-9);  // east above 180 wraps
+      EXPECT_EQ(h.greenwich, 1);
+      EXPECT_EQ(h.source, 1);
+    }
+    std::vector<DBLFLOAT> pts;
+    ASSERT_EQ(read_polygon_points(f.get(), h, &pts), 1);
+    ASSERT_EQ(int(pts.size()), h.n);
+    levels[h.level]++;
+    n++;
+    accepted++;
+  }
+  EXPECT_EQ(n, 1866);
+  EXPECT_EQ(levels[1], 801);
+  EXPECT_EQ(levels[2], 1038);
+  EXPECT_EQ(levels[3], 27);
+
+  // The shipped files read whole too (crude: 1761 polygons).
+  FilePtr c = open_rb(testutil::source_path("data/gshhs_c.b"));
+  ASSERT_TRUE(c);
+  n = 0;
+  while ((r = read_polygon(c.get(), &h, -180, 180, -90, 90, 0, 1e12)) != GSHHS_EOF) {
+    ASSERT_EQ(r, GSHHS_SKIPPED);
+    n++;
+  }
+  EXPECT_EQ(n, 1761);
+}
+
+// The 44-byte layout files are refused at the first header, without
+// drawing anything.
+TEST(CoastRead, RefusesFormat2Files) {
+  for (const char* name : {"testdata/gshhs/gshhs_c_format2_maptools-1.1-6.b",
+                           "testdata/gshhs/wdb_borders_c_format2_maptools-1.1-6.b"}) {
+    SCOPED_TRACE(name);
+    FilePtr f = open_rb(testutil::shared_path(name));
+    ASSERT_TRUE(f);
+    GSHHS h{};
+    EXPECT_EQ(read_polygon(f.get(), &h, -180, 180, -90, 90, 0, 0), GSHHS_CORRUPT);
+    std::rewind(f.get());
+    auto pic = dtest::make_picture(50, 50, 1, [](int, int, int) { return 0; });
+    dtest::lay_out_positions(pic.get(), -10, 0.5, 60, 0.5);
+    ASSERT_EQ(create_overlay(f.get(), pic.get()), 1);
+    EXPECT_EQ(pic->ovlinfo.built_coast, -1);
+    for (char b : pic->ovlinfo.ovlarr) ASSERT_EQ(b & 1, 0);
+  }
+}
+
+// Wrap, area and level filters, damaged files.
+TEST(CoastRead, FiltersAndDamage) {
+  testutil::TempDir dir;
+  // West 350 degrees is taken as -10; area exactly 10000 km^2 is not drawn,
+  // 10000.1 is; level 3 is refused with max_level 2.
+  std::string data = polygon(0, 1, 350, 355, 40, 45, 100000, {{350, 40}, {355, 45}, {350, 40}}) +
+                     polygon(1, 1, 10, 20, 40, 45, 100001, {{10, 40}, {20, 45}, {10, 40}}) +
+                     polygon(2, 3, 10, 20, 40, 45, 500000, {{10, 40}, {20, 45}, {10, 40}});
+  testutil::write_file(dir.file("p.b"), data);
+  FilePtr f = open_rb(dir.file("p.b"));
+  GSHHS h{};
+  ASSERT_EQ(read_polygon(f.get(), &h, -180, 180, -90, 90, 2, 10000), GSHHS_SKIPPED);
+  EXPECT_NEAR(h.west_deg, -10.0, 1e-9);
+  EXPECT_NEAR(h.east_deg, -5.0, 1e-9);
+  EXPECT_DOUBLE_EQ(h.area_km2, 10000.0);
+  ASSERT_EQ(read_polygon(f.get(), &h, -180, 180, -90, 90, 2, 10000), GSHHS_ACCEPTED);
+  std::vector<DBLFLOAT> pts;
+  ASSERT_EQ(read_polygon_points(f.get(), h, &pts), 1);
+  EXPECT_EQ(read_polygon(f.get(), &h, -180, 180, -90, 90, 2, 10000), GSHHS_SKIPPED);
+  EXPECT_EQ(read_polygon(f.get(), &h, -180, 180, -90, 90, 2, 10000), GSHHS_EOF);
+  // The first polygon lies in -10..-5: a window 0..20 misses it.
+  std::rewind(f.get());
+  EXPECT_EQ(read_polygon(f.get(), &h, 0, 20, -90, 90, 0, 0), GSHHS_SKIPPED);
+  EXPECT_EQ(read_polygon(f.get(), &h, 0, 20, -90, 90, 0, 0), GSHHS_ACCEPTED);
+
+  // Cut in a header, cut in the points, a point count beyond the file.
+  testutil::write_file(dir.file("cut1.b"), data.substr(0, 20));
+  f = open_rb(dir.file("cut1.b"));
+  EXPECT_EQ(read_polygon(f.get(), &h, -180, 180, -90, 90, 0, 0), GSHHS_CORRUPT);
+  testutil::write_file(dir.file("cut2.b"), data.substr(0, 50));
+  f = open_rb(dir.file("cut2.b"));
+  EXPECT_EQ(read_polygon(f.get(), &h, -180, 180, -90, 90, 0, 0), GSHHS_CORRUPT);
+  std::string big = data;
+  pava::put_be32(reinterpret_cast<uint8_t*>(&big[4]), 0x10000000u);
+  testutil::write_file(dir.file("big.b"), big);
+  f = open_rb(dir.file("big.b"));
+  EXPECT_EQ(read_polygon(f.get(), &h, -180, 180, -90, 90, 0, 0), GSHHS_CORRUPT);
+  // A point off the earth.
+  std::string bad = polygon(0, 1, 10, 20, 40, 45, 500000, {{10, 40}, {20, 95}});
+  testutil::write_file(dir.file("bad.b"), bad);
+  f = open_rb(dir.file("bad.b"));
+  ASSERT_EQ(read_polygon(f.get(), &h, -180, 180, -90, 90, 0, 0), GSHHS_ACCEPTED);
+  EXPECT_EQ(read_polygon_points(f.get(), h, &pts), GSHHS_CORRUPT);
+}
+
+// A polygon drawn into the mask: bit 1 along its segments, nothing outside
+// the swath, joined between consecutive points.
+TEST(CoastDraw, SegmentsIntoMask) {
+  testutil::TempDir dir;
+  // Picture: lon 10 + 0.01 x, lat 50 - 0.01 y, 200 x 200 pixels.
+  auto pic = dtest::make_picture(200, 200, 1, [](int, int, int) { return 0; });
+  dtest::lay_out_positions(pic.get(), 10.0, 0.01, 50.0, 0.01);
+  // A square from (10.5, 49.5) to (11.0, 49.0): pixels x 50..100, y 50..100;
+  // a point far outside the picture breaks the outline.
+  std::string data =
+      polygon(0, 1, 10.5, 11, 49, 49.5, 200000,
+              {{10.5, 49.5}, {11.0, 49.5}, {11.0, 49.0}, {10.5, 49.0}, {10.5, 49.5}}) +
+      polygon(1, 1, 10, 30, 40, 49.9, 200000, {{10.3, 49.9}, {30.0, 40.0}});
+  testutil::write_file(dir.file("sq.b"), data);
+  FilePtr f = open_rb(dir.file("sq.b"));
+  ASSERT_EQ(create_overlay(f.get(), pic.get()), 1);
+  EXPECT_EQ(pic->ovlinfo.built_coast, 1);
+  const auto& o = pic->ovlinfo.ovlarr;
+  auto bit = [&](int x, int y) { return o[size_t(y * 200 + x)] & 1; };
+  int on = 0;
+  for (char b : o) on += b & 1;
+  // The four sides (about 4 x 50 pixels) and the lone point of polygon 1.
+  EXPECT_NEAR(on, 201, 6);
+  EXPECT_TRUE(bit(75, 50) || bit(75, 49) || bit(75, 51));    // top side
+  EXPECT_TRUE(bit(100, 75) || bit(99, 75) || bit(101, 75));  // right side
+  EXPECT_FALSE(bit(75, 75));                                 // inside
+  EXPECT_FALSE(bit(150, 150));                               // outside
+  EXPECT_TRUE(bit(30, 10) || bit(29, 10) || bit(30, 11));    // polygon 1's first point
+  // The segment towards the point outside the swath is not drawn.
+  for (int x = 35; x < 200; x++) EXPECT_FALSE(bit(x, 10 + (x - 30) / 2)) << x;
+}
+
+// The coast file is looked up in the data directory first, then as given.
+TEST(CoastDraw, FileLookup) {
+  std::string used;
+  FilePtr f(open_coast_file(testutil::source_path("data/gshhs_c.b").c_str(), &used));
+  ASSERT_TRUE(f);
+  EXPECT_EQ(used, testutil::source_path("data/gshhs_c.b"));
+  EXPECT_EQ(open_coast_file("no_such_coast_file.b", &used), nullptr);
+  EXPECT_EQ(open_coast_file("", &used), nullptr);
+}
+
+// Grid steps: a view spanning 12 degrees gets 1, 20 gets 2, 24 or more 5.
+TEST(Grid, Steps) {
+  struct Row {
+    double span;
+    int step;
+  };
+  const Row rows[] = {
+      {0.5, 1},   // tiny view: at least 1
+      {12, 1},    // 12/8 = 1
+      {15.9, 1},  // still 1
+      {16, 2},    // 16/8 = 2
+      {20, 2},    // 20/8 = 2
+      {23.9, 2},  // 2
+      {24, 5},    // 24/8 = 3: above 2 becomes 5
+      {-30, 5},   // the span's size counts
+      {360, 5},   // a pass over the pole
+  };
+  for (const Row& r : rows) EXPECT_EQ(grid_step(r.span), r.step) << r.span;
+}

@@ -1,0 +1,366 @@
+// Drawing into the RGB buffer: grey and false colour against the formulas,
+// overlays and their failures, histogram, threads, readout texts.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numeric>
+
+#include "app/ui_ops.h"
+#include "common/text.h"
+#include "display/chanmap.h"
+#include "display/draw.h"
+#include "display/lumcal.h"
+#include "display/render.h"
+#include "picture_builder.h"
+#include "support/testutil.h"
+
+namespace {
+
+// The linear luminance table by its formula (gamma 1, no inversion), then
+// the palette's clamp.
+int lum_lin(int v, int lo, int hi, int n = 256) {
+  if (v < lo) return 0;
+  if (v > hi) return n - 1;
+  return std::min(n - 1, (v - lo) * n / (hi - lo));
+}
+
+const uint8_t* px(const RGBIMAGE& im, int x, int y) {
+  return &im.rgb[size_t(y * im.width + x) * 3];
+}
+
+std::vector<std::string> g_msgs;
+void rec_msg(const char* t, const char* m) { g_msgs.push_back(std::string(t) + "|" + m); }
+
+std::unique_ptr<VIEWINFO> view() { return std::unique_ptr<VIEWINFO>(dtest::make_view()); }
+
+}  // namespace
+
+// One channel in grey through the luminance window; the edge column past the
+// picture is black; the histogram counts every drawn pixel.
+TEST(DrawPic, GreySingleChannel) {
+  auto pic = dtest::make_picture(
+      64, 32, 2, [](int ch, int x, int y) { return ch == 1 ? (x * 16 + y) % 1024 : 7; });
+  auto v = view();
+  v->lum_min = 100;
+  v->lum_max = 900;
+  RGBIMAGE im;
+  ASSERT_EQ(draw_pic(pic.get(), v.get(), 64, 32, &im), DRAW_OK);
+  ASSERT_EQ(im.rgb.size(), 64u * 32 * 3);
+  for (int y = 0; y < 32; y++)
+    for (int x = 0; x < 63; x++) {
+      int e = lum_lin((x * 16 + y) % 1024, 100, 900);
+      const uint8_t* p = px(im, x, y);
+      ASSERT_EQ(p[0], e) << x << "," << y;
+      ASSERT_EQ(p[1], e);
+      ASSERT_EQ(p[2], e);
+    }
+  for (int y = 0; y < 32; y++) EXPECT_EQ(px(im, 63, y)[0], 0);  // the edge rule's column
+  long total = std::accumulate(std::begin(v->lumstat), std::end(v->lumstat), 0L);
+  EXPECT_EQ(total, 63 * 32);
+  long n83 = 0;  // value 83 at (5, 3) and at (4, 19)
+  for (int y = 0; y < 32; y++)
+    for (int x = 0; x < 63; x++) n83 += (x * 16 + y) % 1024 == 83;
+  EXPECT_EQ(v->lumstat[83], n83);
+
+  // The channel shown follows chan_selected.
+  v->chan_selected = 2;
+  ASSERT_EQ(draw_pic(pic.get(), v.get(), 64, 32, &im), DRAW_OK);
+  EXPECT_EQ(px(im, 3, 3)[1], lum_lin(7, 100, 900));
+
+  // Inverted: the value below the window maps to n, shown as 255.
+  v->chan_selected = 1;
+  v->invert = 1;
+  ASSERT_EQ(draw_pic(pic.get(), v.get(), 64, 32, &im), DRAW_OK);
+  EXPECT_EQ(px(im, 0, 0)[0], 255);
+  EXPECT_EQ(px(im, 40, 0)[0], 256 - lum_lin(640, 100, 900));
+}
+
+// False colour: NOAA's default (ch1 blue, ch2 red and green at 1.1) and
+// METOP's negative red offset, against the composition formula.
+TEST(DrawPic, FalseColour) {
+  auto pic = dtest::make_picture(16, 8, 3, [](int ch, int x, int y) {
+    return ch == 1 ? 20 * x + y : ch == 2 ? 60 * x : 1000;
+  });
+  pic->file_type = FT_HRPT;
+  auto v = view();
+  set_std_falseclr(FT_HRPT, &v->cmhc);
+  v->process_data = 1;
+  RGBIMAGE im;
+  ASSERT_EQ(draw_pic(pic.get(), v.get(), 16, 8, &im), DRAW_OK);
+  for (int y = 0; y < 8; y++)
+    for (int x = 0; x < 15; x++) {
+      int rg = std::min(1023, int(1.1 * (60 * x)));  // 1.1 is not exact in float: trunc agrees here
+      int b = 20 * x + y;
+      const uint8_t* p = px(im, x, y);
+      ASSERT_EQ(p[0], lum_lin(rg, 0, 1023)) << x;
+      ASSERT_EQ(p[1], lum_lin(rg, 0, 1023));
+      ASSERT_EQ(p[2], lum_lin(b, 0, 1023));
+    }
+  // Histogram of (R+G+B)/3.
+  int r7 = std::min(1023, int(1.1 * 420)), b7 = 20 * 7 + 2;
+  EXPECT_GE(v->lumstat[(2 * r7 + b7) / 3], 1);
+
+  // METOP: red offset -10 over ch1 0.2 G + 2.0 B, ch2 1.8 R + 0.8 G, ch3 0.5 R + 0.9 G.
+  set_std_falseclr(FT_METOP, &v->cmhc);
+  v->cmhc.lum = 0.5f;
+  ASSERT_EQ(draw_pic(pic.get(), v.get(), 16, 8, &im), DRAW_OK);
+  int x = 2, y = 1;
+  double c1 = 20 * x + y, c2 = 60 * x, c3 = 1000;
+  int R = std::clamp(int(0.5 * int(int(-40 + 1.8 * c2) + 0.5 * c3)), 0, 1023);
+  int G = std::clamp(int(0.5 * int(int(int(0.2 * c1) + 0.8 * c2) + 0.9 * c3)), 0, 1023);
+  int B = std::clamp(int(0.5 * int(2.0 * c1)), 0, 1023);
+  EXPECT_EQ(px(im, x, y)[0], lum_lin(R, 0, 1023));
+  EXPECT_EQ(px(im, x, y)[1], lum_lin(G, 0, 1023));
+  EXPECT_EQ(px(im, x, y)[2], lum_lin(B, 0, 1023));
+  EXPECT_EQ(pixel_value(pic.get(), v.get(), x, y), (R + G + B) / 3);
+}
+
+// A south-to-north picture shows its last line at the top; zoom 2 repeats
+// rows and columns.
+TEST(DrawPic, MirrorAndZoom) {
+  auto pic = dtest::make_picture(20, 10, 1, [](int, int x, int y) { return 100 * y + x; });
+  auto v = view();
+  v->scan_ver = S_N;
+  RGBIMAGE im;
+  ASSERT_EQ(draw_pic(pic.get(), v.get(), 20, 10, &im), DRAW_OK);
+  EXPECT_EQ(px(im, 5, 0)[0], lum_lin(100 * 9 + 5, 0, 1023));
+  v->scan_ver = N_S;
+  v->zval.zx = v->zval.zy = 2;
+  ASSERT_EQ(draw_pic(pic.get(), v.get(), 20, 10, &im), DRAW_OK);
+  EXPECT_EQ(px(im, 7, 5)[0], lum_lin(100 * 2 + 3, 0, 1023));
+  EXPECT_EQ(px(im, 6, 4)[0], px(im, 7, 5)[0]);
+}
+
+// Despeckle and channel alignment act on the drawn values.
+TEST(DrawPic, DespeckleAndShift) {
+  auto pic = dtest::make_picture(
+      10, 5, 1, [](int, int x, int y) { return (x == 4 && y == 2) ? 900 : 100 + x; });
+  auto v = view();
+  v->despeckle = 1;
+  v->sur_ulim = 50;
+  v->dsp_llim = 100;
+  EXPECT_EQ(pixel_value(pic.get(), v.get(), 4, 2), (104 + 104 + 103 + 105) / 4);
+  v->despeckle = 0;
+  EXPECT_EQ(pixel_value(pic.get(), v.get(), 4, 2), 900);
+  align_set(v.get(), 1, 2, 0, 0);
+  EXPECT_EQ(pixel_value(pic.get(), v.get(), 1, 0), 103);
+  align_set(v.get(), 1, 0, 1, 0);
+  EXPECT_EQ(pixel_value(pic.get(), v.get(), 4, 1), 900);
+}
+
+// Overlays without orbit or coast: the picture stays drawn and the status
+// names the reason, shown under the drawing's title.
+TEST(DrawPic, OverlayFailures) {
+  UI_OPS ops{};
+  ops.message = rec_msg;
+  ui_install(&ops);
+  g_msgs.clear();
+  auto pic = dtest::make_picture(40, 40, 1, [](int, int x, int) { return 10 * x; });
+  auto v = view();
+  v->grid = 1;
+  RGBIMAGE im;
+  int st = draw_pic(pic.get(), v.get(), 40, 40, &im);
+  EXPECT_EQ(st, DRAW_NO_ORBIT);
+  EXPECT_EQ(px(im, 20, 20)[0], lum_lin(200, 0, 1023));
+  draw_report(st);
+  ASSERT_EQ(g_msgs.size(), 1u);
+  EXPECT_EQ(g_msgs[0], "Orbit info 'error|No orbit data available.");
+
+  dtest::lay_out_positions(pic.get(), 0.0, 0.1, 50.0, 0.1);
+  v->boundaries = 1;
+  DRAWOPTS o;
+  o.coast_file = "no_such_coast.b";
+  st = draw_pic(pic.get(), v.get(), 40, 40, &im, &o);
+  EXPECT_EQ(st, DRAW_NO_COAST);
+  EXPECT_STREQ(draw_status_text(st), "No coast data available.");
+  draw_report(st);
+  EXPECT_EQ(g_msgs.back(), "Orbit info 'error|No coast data available.");
+
+  // A coast file of the other layout: refused, no coast drawn.
+  std::string f2 = testutil::shared_path("testdata/gshhs/gshhs_c_format2_maptools-1.1-6.b");
+  o.coast_file = f2.c_str();
+  v->grid = 0;
+  pic->ovlinfo.ovlarr.clear();
+  st = draw_pic(pic.get(), v.get(), 40, 40, &im, &o);
+  EXPECT_EQ(st, DRAW_NO_COAST);
+  for (int y = 0; y < 40; y++)
+    for (int x = 0; x < 39; x++) ASSERT_EQ(px(im, x, y)[0], lum_lin(10 * x, 0, 1023));
+  ui_install(nullptr);
+}
+
+// Grid lines at whole degrees in the grid colour; coast pixels in the coast
+// colour; identical with any number of threads.
+TEST(DrawPic, GridCoastAndThreads) {
+  // 400 x 300 pixels over 0..20 E, 60..45 N (Europe's west coast, North Sea).
+  auto pic = dtest::make_picture(
+      400, 300, 5, [](int ch, int x, int y) { return (ch * 97 + x * 3 + y * 5) % 1024; });
+  dtest::lay_out_positions(pic.get(), -5.0, 0.05, 60.0, 0.05);
+  pic->file_type = FT_HRPT;
+  auto v = view();
+  set_std_falseclr(FT_HRPT, &v->cmhc);
+  v->process_data = 1;
+  v->grid = 1;
+  v->boundaries = 1;
+  v->grid_clr = {0xffff, 0, 0};
+  v->cont_clr = {0, 0xffff, 0};
+  std::string coast = testutil::source_path("data/gshhs_l.b");
+  DRAWOPTS o;
+  o.coast_file = coast.c_str();
+  o.threads = 1;
+  RGBIMAGE a;
+  ASSERT_EQ(draw_pic(pic.get(), v.get(), 400, 300, &a, &o), DRAW_OK);
+  std::vector<long> hist(v->lumstat, v->lumstat + 4096);
+  if (const char* dump = std::getenv("PAVA_DUMP_DIR")) {  // for looking at it
+    std::string ppm = "P6\n400 300\n255\n";
+    ppm.append(a.rgb.begin(), a.rgb.end());
+    testutil::write_file(std::string(dump) + "/grid_coast.ppm", ppm);
+  }
+  // Span 20 degrees of longitude and 15 of latitude: steps 2 and 1.
+  int grid_px = 0, coast_px = 0;
+  for (size_t i = 0; i < a.rgb.size(); i += 3) {
+    if (a.rgb[i] == 255 && a.rgb[i + 1] == 0 && a.rgb[i + 2] == 0) grid_px++;
+    if (a.rgb[i] == 0 && a.rgb[i + 1] == 255 && a.rgb[i + 2] == 0) coast_px++;
+  }
+  EXPECT_GT(coast_px, 300);  // Norway, Denmark, Britain, the Netherlands...
+  // Meridian 0 at x = 100 (lon -5 + 0.05 x): a grid column there; 1 E (odd,
+  // step 2) has none at x = 120.
+  int col100 = 0, col120 = 0;
+  for (int y = 1; y < 299; y++) {
+    const uint8_t* p = px(a, 100, y);
+    const uint8_t* q = px(a, 99, y);
+    col100 += (p[0] == 255 && p[1] == 0) || (q[0] == 255 && q[1] == 0);
+    const uint8_t* r = px(a, 120, y);
+    col120 += (r[0] == 255 && r[1] == 0 && r[2] == 0);
+  }
+  EXPECT_GT(col100, 200);
+  EXPECT_LT(col120, 40);  // only where latitude lines or coast cross
+  // Latitude step 1: a row near 55 N (y = 100).
+  int row = 0;
+  for (int x = 1; x < 399; x++)
+    for (int y = 99; y <= 101; y++) {
+      const uint8_t* p = px(a, x, y);
+      if (p[0] == 255 && p[1] == 0 && p[2] == 0) {
+        row++;
+        break;
+      }
+    }
+  EXPECT_GT(row, 300);
+  EXPECT_GT(grid_px, 1000);
+
+  for (int t : {2, 3}) {
+    o.threads = t;
+    RGBIMAGE b;
+    ASSERT_EQ(draw_pic(pic.get(), v.get(), 400, 300, &b, &o), DRAW_OK);
+    EXPECT_TRUE(a.rgb == b.rgb) << t << " threads";
+    EXPECT_TRUE(std::equal(hist.begin(), hist.end(), v->lumstat)) << t << " threads";
+  }
+}
+
+// Temperatures in colour: warm pixels red, cold ones blue, and the readout.
+TEST(DrawPic, TemperatureColours) {
+  auto pic = dtest::make_picture(
+      8, 12, 5, [](int ch, int x, int) { return ch == 4 ? (x < 4 ? 350 : 850) : 0; });
+  pic->file_type = FT_HRPT;
+  pic->sat_type = HRPT;
+  pava::copy_text(pic->sat_name, "NOAA 15");
+  load_cal("NOAA 15", &pic->noaacal);
+  int y = 0;
+  for (XLINE* l = pic->xline; l; l = l->next, y++) {
+    int k = y % 5;
+    for (int w = 17; w <= 19; w++) l->line_hdr[w] = uint16_t(k == 0 ? 0 : 260);
+    for (int i = 0; i < 10; i++) {
+      l->line_hdr[19 + 4 + 3 * i] = 450;
+      l->line_hdr[51 + 4 + 5 * i] = 990;
+    }
+  }
+  auto v = view();
+  v->map_temp = 1;
+  v->chan_selected = 4;
+  RGBIMAGE im;
+  ASSERT_EQ(draw_pic(pic.get(), v.get(), 8, 12, &im), DRAW_OK);
+  const uint8_t* warm = px(im, 1, 8);  // low count: warm
+  const uint8_t* cold = px(im, 5, 8);  // high count: cold
+  EXPECT_GT(warm[0], warm[2]);
+  EXPECT_GT(cold[2], cold[0]);
+  std::string pos, temp;
+  Update_Coord(pic.get(), v.get(), 1, 8, warm, &pos, &temp);
+  std::vector<int> t;
+  ASSERT_EQ(map_noaatemp(pic.get(), pic_line(pic.get(), 8), 4, &t), 0);
+  int c = std::atoi(temp.c_str());
+  EXPECT_NEAR(c, t[1] / 10.0 - 273.15, 3.0) << temp;
+  EXPECT_EQ(temp, std::to_string(c) + " C");
+}
+
+// Position readout texts.
+TEST(DrawPic, ReadoutTexts) {
+  auto pic = dtest::make_picture(10, 10, 1, [](int, int, int) { return 0; });
+  auto v = view();
+  std::string pos, temp;
+  EXPECT_EQ(Update_Coord(pic.get(), v.get(), 3, 4, nullptr, &pos, &temp), -1);
+  EXPECT_EQ(pos, "[x=3,y=4]");  // no orbit
+  dtest::lay_out_positions(pic.get(), 10.5, 0.25, 49.25, 0.25);
+  EXPECT_EQ(Update_Coord(pic.get(), v.get(), 2, 1, nullptr, &pos, &temp), 0);
+  EXPECT_EQ(pos, "11.00,49.00");
+  EXPECT_EQ(temp, "");
+  dtest::lay_out_positions(pic.get(), -1.5, 0.25, -9.0, 0.25);
+  Update_Coord(pic.get(), v.get(), 0, 0, nullptr, &pos, &temp);
+  EXPECT_EQ(pos, "-1.50,-9.00");
+  v->coordxy = 1;
+  EXPECT_EQ(Update_Coord(pic.get(), v.get(), 7, 8, nullptr, &pos, &temp), 0);
+  EXPECT_EQ(pos, "[x=7,y=8]");
+}
+
+// No picture: an error, a black buffer of the asked size.
+TEST(DrawPic, NoPicture) {
+  PICINFO* pic = pic_new();
+  auto v = view();
+  RGBIMAGE im;
+  EXPECT_EQ(draw_pic(pic, v.get(), 5, 4, &im), DRAW_NO_PICTURE);
+  EXPECT_EQ(im.rgb.size(), 60u);
+  pic_delete(pic);
+}
+
+// The headless render: automatic window, false colour, north-up mirroring,
+// a channel the picture does not have.
+TEST(Render, Options) {
+  auto pic = dtest::make_picture(
+      100, 20, 2, [](int ch, int x, int y) { return ch == 1 ? 200 + x : 300 + 10 * y; });
+  pic->file_type = FT_HRPT;
+  pic->sat_type = HRPT;
+  pic->scan_ver = S_N;
+  VIEWINFO v;
+  RGBIMAGE im;
+  RENDEROPTS o;
+  ASSERT_EQ(render_picture(pic.get(), o, &v, &im), DRAW_OK);
+  EXPECT_EQ(im.width, 100);
+  EXPECT_EQ(im.height, 20);
+  // Drawn columns 0..98 hold 200..298: the window becomes 200..298.
+  EXPECT_EQ(v.lum_min, 200);
+  EXPECT_EQ(v.lum_max, 298);
+  for (int x = 0; x < 99; x += 7) EXPECT_EQ(px(im, x, 3)[0], lum_lin(200 + x, 200, 298)) << x;
+
+  // Fixed window, channel 2, north up: the last line (a south-to-north pass)
+  // at the top.
+  o.lum_auto = 0;
+  o.channel = 2;
+  o.north_up = 1;
+  ASSERT_EQ(render_picture(pic.get(), o, &v, &im), DRAW_OK);
+  EXPECT_EQ(px(im, 10, 0)[0], lum_lin(300 + 10 * 19, 0, 1023));
+  o.north_up = 0;
+  ASSERT_EQ(render_picture(pic.get(), o, &v, &im), DRAW_OK);
+  EXPECT_EQ(px(im, 10, 0)[0], lum_lin(300, 0, 1023));
+
+  // False colour with NOAA's default map, at another size.
+  o.false_colour = 1;
+  o.width = 50;
+  o.height = 10;
+  ASSERT_EQ(render_picture(pic.get(), o, &v, &im), DRAW_OK);
+  ASSERT_EQ(im.rgb.size(), 50u * 10 * 3);
+  // Screen (5, 2) shows picture (10, 4): ch1 210 blue, ch2 340 * 1.1 red and green.
+  int rg = int(1.1f * 340.0f);
+  EXPECT_EQ(px(im, 5, 2)[0], lum_lin(rg, 0, 1023));
+  EXPECT_EQ(px(im, 5, 2)[2], lum_lin(210, 0, 1023));
+
+  o.channel = 7;
+  EXPECT_EQ(render_picture(pic.get(), o, &v, &im), DRAW_NO_PICTURE);
+}

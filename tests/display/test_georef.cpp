@@ -1,0 +1,368 @@
+// Georeferencing: earth angle, pixel positions, overlay tables, screen maps
+// and linearisation.
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "display/georef.h"
+#include "picture_builder.h"
+#include "support/testutil.h"
+
+namespace {
+
+constexpr double kR = 6378160.0;
+double deg(double r) { return r * 180.0 / M_PI; }
+
+// Earth angle by the law of sines in the satellite-centre-point triangle:
+// sin(a + th) = k sin a.
+double ref_earth_angle(double h, double a) {
+  double k = (kR + h) / kR;
+  return std::asin(k * std::sin(a)) - a;
+}
+
+}  // namespace
+
+// x2earthangle: nadir, edges, sign, W_E flip, zero half-width.
+TEST(EarthAngle, Geometry) {
+  const float h = 833000.0f, A = 55.37f;
+  // x = half-width: angle 0 (the sub-satellite point).
+  EXPECT_FLOAT_EQ(x2earthangle(h, E_W, 1024, 1024, A), 0.0f);
+  struct Row {
+    int x, n;
+    SCANDIR d;
+  };
+  const Row rows[] = {
+      {0, 1024, E_W},     // left edge: +A
+      {2048, 1024, E_W},  // right edge: -A
+      {512, 1024, E_W},   // half way
+      {0, 1024, W_E},     // W_E flips the sign
+      {0, 1, scan_unk},   // the linearisation's edge angle
+  };
+  for (const Row& r : rows) {
+    double a = 3.14159265 * A / 180.0 * double(r.n - r.x) / r.n;
+    if (r.d == W_E) a = -a;
+    double e = a < 0 ? -ref_earth_angle(h, -a) : ref_earth_angle(h, a);
+    EXPECT_NEAR(x2earthangle(h, r.d, r.x, r.n, A), e, 1e-5) << r.x << "/" << r.n;
+  }
+  EXPECT_FLOAT_EQ(x2earthangle(h, E_W, 5, 0, A), 0.0f);
+  // Beyond the horizon the cosine is clamped: no NaN.
+  EXPECT_FALSE(std::isnan(x2earthangle(h, E_W, 0, 10, 89.0f)));
+}
+
+// Positions of one line: the pixel at the half-width is the sub-satellite
+// point of the satellite vector; the rotation across the orbit plane.
+TEST(Positions, LineFromSatelliteVector) {
+  auto pic = dtest::make_picture(2048, 2, 1, [](int, int, int) { return 0; });
+  ORBIT o{};
+  o.height = 833000.0f;
+  o.width_original = 2048;
+  o.max_sens_angle = 55.37f;
+  EPOINT earth{}, sat{};
+  earth.lon = 0.3f;
+  const float incl = float(98.7 * M_PI / 180);
+  // A satellite vector across which the scan direction (sin i, 0, -cos i) is
+  // perpendicular, so that the scan is a true rotation.
+  sat.x = float(4000 * std::cos(incl));
+  sat.y = 5000;
+  sat.z = float(4000 * std::sin(incl));
+  XLINE* l = pic_line(pic.get(), 0);
+  line_positions(l, earth, sat, incl, o);
+  double len = std::sqrt(double(sat.x) * sat.x + double(sat.y) * sat.y + double(sat.z) * sat.z);
+  double ux = sat.x / len, uy = sat.y / len, uz = sat.z / len;
+  double lon = -(std::atan2(ux, uy) + 0.3);
+  EXPECT_NEAR(l->pos[1024].lon, std::remainder(lon, 2 * M_PI), 1e-5);
+  EXPECT_NEAR(l->pos[1024].lat, std::asin(uz), 1e-5);
+  // An edge pixel: p = u cos th + (sin i, 0, -cos i) sin th.
+  double th = ref_earth_angle(833000.0, 3.14159265 * 55.37 / 180);
+  double px = ux * std::cos(th) + std::sin(th) * std::sin(incl);
+  double py = uy * std::cos(th);
+  double pz = uz * std::cos(th) - std::sin(th) * std::cos(incl);
+  double pl = std::sqrt(px * px + py * py + pz * pz);
+  EXPECT_NEAR(l->pos[0].lat, std::asin(pz / pl), 1e-4);
+  EXPECT_NEAR(l->pos[0].lon, std::remainder(-(std::atan2(px / pl, py / pl) + 0.3), 2 * M_PI), 1e-4);
+  // The edge lies th away from the centre on the sphere.
+  double c = std::sin(l->pos[0].lat) * std::sin(l->pos[1024].lat) +
+             std::cos(l->pos[0].lat) * std::cos(l->pos[1024].lat) *
+                 std::cos(l->pos[0].lon - l->pos[1024].lon);
+  EXPECT_NEAR(std::acos(c), th, 1e-4);
+
+  // Without a valid time nothing is done; with one, the orbit model is asked.
+  pic->valid_time = 0;
+  EXPECT_EQ(add_subsatpos(pic.get()), 0);
+}
+
+// The per-line grid mask: a longitude crossing sets the byte (1 and the
+// 2/4/8 bits of the larger degree), a latitude crossing is or-ed in.
+TEST(Positions, LineGridMask) {
+  auto pic = dtest::make_picture(6, 2, 1, [](int, int, int) { return 0; });
+  XLINE* a = pic_line(pic.get(), 0);
+  XLINE* b = pic_line(pic.get(), 1);
+  const double lons[6] = {8.2, 9.7, 10.2, 10.4, 11.6, 12.0};  // rounded: 8,10,10,10,12,12
+  for (int x = 0; x < 6; x++) {
+    a->pos[x].lon = b->pos[x].lon = float(lons[x] * M_PI / 180);
+    a->pos[x].lat = float(45.6 * M_PI / 180);                   // rounds to 46
+    b->pos[x].lat = float((x < 3 ? 45.2 : 45.7) * M_PI / 180);  // 45 or 46
+  }
+  line_olmask(nullptr, a);
+  EXPECT_EQ(a->olmask[0], 0);
+  EXPECT_EQ(a->olmask[1], 1 | 2 | 4 | 8);  // 208 -> 210: even, 5, 10
+  EXPECT_EQ(a->olmask[2], 0);
+  EXPECT_EQ(a->olmask[4], 1 | 2);  // 212: even only
+  line_olmask(a, b);
+  EXPECT_EQ(b->olmask[0], 1 | 2);          // latitude 145 -> 146: max 146, even
+  EXPECT_EQ(b->olmask[1], 1 | 2 | 4 | 8);  // the longitude bits kept, latitude or-ed
+  EXPECT_EQ(b->olmask[3], 0);
+}
+
+// xy2lonlat, xy2lola and the bounds all carry offset_lon (1.5 degrees).
+TEST(OverlayTables, OffsetLon) {
+  auto pic = dtest::make_picture(10, 5, 1, [](int, int, int) { return 0; });
+  dtest::lay_out_positions(pic.get(), 20.0, 0.1, 50.0, 0.1);
+  pic->orbit.offset_lon = 1.5f;
+  EPOINT e{};
+  ASSERT_EQ(xy2lonlat(3, 2, nullptr, pic.get(), &e), 1);
+  EXPECT_NEAR(deg(e.lon), 20.3 + 1.5, 1e-4);
+  EXPECT_NEAR(deg(e.lat), 49.8, 1e-4);
+  // x clamped to the line; y past the end takes the last line.
+  ASSERT_EQ(xy2lonlat(99, 99, nullptr, pic.get(), &e), 1);
+  EXPECT_NEAR(deg(e.lon), 20.9 + 1.5, 1e-4);
+  EXPECT_NEAR(deg(e.lat), 49.6, 1e-4);
+
+  auto t = mklut_xy2lonlat(pic->xline, 10, 5, 1.5f);
+  ASSERT_EQ(t.size(), 52u);
+  EXPECT_NEAR(t[2 * 10 + 3].a, 21.8, 1e-4);
+  EXPECT_NEAR(t[2 * 10 + 3].b, 49.8, 1e-4);
+  EXPECT_NEAR(t[50].a, 21.5, 1e-4);  // minimum lon
+  EXPECT_NEAR(t[50].b, 49.6, 1e-4);  // minimum lat
+  EXPECT_NEAR(t[51].a, 22.4, 1e-4);  // maximum lon
+  EXPECT_NEAR(t[51].b, 50.0, 1e-4);
+
+  // Only lines with a valid time count for the bounds.
+  pic_line(pic.get(), 0)->tm_ms.valid = 0;
+  t = mklut_xy2lonlat(pic->xline, 10, 5, 1.5f);
+  EXPECT_NEAR(t[51].b, 49.9, 1e-4);
+}
+
+// A pixel where the longitude passes from -0.4 to +0.3 degrees is a degree
+// line (bits 2, 4, 8); so is the equator; plain pixels stay clear.
+TEST(OverlayTables, ZeroMeridianCrossing) {
+  const int w = 4, h = 2;
+  std::vector<DBLFLOAT> t(size_t(w * h) + 2);
+  const float lon[4] = {-0.7f, -0.4f, 0.3f, 0.6f};
+  for (int x = 0; x < w; x++) {
+    t[size_t(x)] = {lon[x], 10.2f};
+    t[size_t(w + x)] = {lon[x], 10.1f};
+  }
+  std::vector<char> ovl(size_t(w * h), 0);
+  lonlat2ovl(t, w, h, ovl);
+  EXPECT_EQ(ovl[2], 2 | 4 | 8);
+  EXPECT_EQ(ovl[1], 0);
+  EXPECT_EQ(ovl[3], 0);
+  EXPECT_EQ(ovl[size_t(w + 2)], 2 | 4 | 8);
+  // Latitude from 11.0 to 10.9 (truncated 11 -> 10): bit 2 only (11 is no multiple of 5).
+  t[1] = {-0.4f, 11.0f};
+  t[size_t(w + 1)] = {-0.4f, 10.9f};
+  std::vector<char> o2(size_t(w * h), 0);
+  lonlat2ovl(t, w, h, o2);
+  EXPECT_EQ(o2[size_t(w + 1)], 2);
+  // Latitude -0.2 -> 0.1 (both truncate to 0, the sign changes): the equator.
+  t[0] = {5.5f, -0.2f};
+  t[size_t(w)] = {5.5f, 0.1f};
+  std::vector<char> o3(size_t(w * h), 0);
+  lonlat2ovl(t, w, h, o3);
+  EXPECT_EQ(o3[size_t(w)], 2 | 4 | 8);
+}
+
+// The lon/lat-to-pixel table: corner, ranges, entries and the hole filling
+// in storage order (a and b separately, across rows).
+TEST(OverlayTables, LonLatToPixel) {
+  const int w = 3, h = 2;
+  std::vector<DBLFLOAT> t(size_t(w * h) + 2);
+  // Pixels at (lon, lat) degrees.
+  t[0] = {10.00f, 20.00f};
+  t[1] = {10.02f, 20.00f};
+  t[2] = {10.04f, 20.00f};
+  t[3] = {10.00f, 20.03f};
+  t[4] = {10.02f, 20.03f};
+  t[5] = {10.04f, 20.03f};
+  t[6] = {10.0f, 20.0f};
+  t[7] = {10.05f, 20.05f};
+  int lon0, lat0, rlon, rlat;
+  auto m = mklut_lonlat2xy(t, w, h, &lon0, &lat0, &rlon, &rlat);
+  // Corner and ranges: trunc(100 * bound) (20.05f is a little below 20.05).
+  const int elon0 = int(100 * t[6].a), elat0 = int(100 * t[6].b);
+  const int erl = int(100 * t[7].a) - elon0, erb = int(100 * t[7].b) - elat0;
+  EXPECT_EQ(lon0, 1000);
+  EXPECT_EQ(lat0, 2000);
+  EXPECT_EQ(rlon, erl);
+  EXPECT_EQ(rlat, erb);
+  ASSERT_EQ(m.size(), size_t(erl * erb));
+  // Independent fill: place each pixel, then carry a and b forward.
+  std::vector<DBLINT> e(size_t(erl * erb), DBLINT{0, 0});
+  long last = -1;
+  for (int y = 0; y < h; y++)
+    for (int x = 0; x < w; x++) {
+      const DBLFLOAT& p = t[size_t(y * w + x)];
+      long i = long(100 * p.a - elon0) + long(100 * p.b - elat0) * erl;
+      if (i >= 0 && i < erl * erb) e[size_t(i)] = {x, y};
+      if (x == 2 && y == 1) last = i;
+    }
+  int la = 0, lb = 0;
+  for (auto& c : e) {
+    if (c.a)
+      la = c.a;
+    else
+      c.a = la;
+    if (c.b)
+      lb = c.b;
+    else
+      c.b = lb;
+  }
+  for (size_t i = 0; i < e.size(); i++) {
+    EXPECT_EQ(m[i].a, e[i].a) << i;
+    EXPECT_EQ(m[i].b, e[i].b) << i;
+  }
+  // The last pixel (2, 1); the cells after it carry it.
+  ASSERT_GE(last, 0);
+  EXPECT_EQ(m[size_t(last)].a, 2);
+  EXPECT_EQ(m[size_t(last)].b, 1);
+  EXPECT_EQ(m.back().a, 2);
+  EXPECT_EQ(m.back().b, 1);
+  // Too large a table is refused rather than allocated.
+  EXPECT_TRUE(mklut_lonlat2xy(t, w, h, &lon0, &lat0, &rlon, &rlat, 100, 10).empty());
+}
+
+// The cache rule: only a change of the orbit's corrections rebuilds.
+TEST(OverlayTables, CacheRule) {
+  auto pic = dtest::make_picture(20, 10, 1, [](int, int, int) { return 0; });
+  dtest::lay_out_positions(pic.get(), 5.0, 0.1, 40.0, 0.1);
+  EXPECT_EQ(create_overlay(nullptr, pic.get()), 1);
+  EXPECT_EQ(create_overlay(nullptr, pic.get()), 0);  // redraw without change
+  pic->orbit.offset_sec = 2;
+  EXPECT_EQ(create_overlay(nullptr, pic.get()), 1);  // only offset_sec changed
+  EXPECT_EQ(create_overlay(nullptr, pic.get()), 0);
+  pic->orbit.offset_lon = 0.5f;
+  EXPECT_EQ(create_overlay(nullptr, pic.get()), 1);
+  pic->orbit.offset_gmt = 1;
+  EXPECT_EQ(create_overlay(nullptr, pic.get()), 1);
+  pic->orbit.use_sattime = 1;
+  EXPECT_EQ(create_overlay(nullptr, pic.get()), 1);
+  pic->ovlinfo.ovlarr.clear();
+  EXPECT_EQ(create_overlay(nullptr, pic.get()), 1);  // mask gone
+  EXPECT_EQ(pic->ovlinfo.ovlarr.size(), 200u);
+  EXPECT_EQ(pic->ovlinfo.xy2lola.size(), 202u);
+  EXPECT_NEAR(pic->ovlinfo.xy2lola[5].a, 5.5 + 0.5, 1e-4);
+
+  // Positions that span nothing give no lon/lat table: the coast cannot be
+  // placed, and the next drawing does not try again.
+  auto flat = dtest::make_picture(20, 10, 1, [](int, int, int) { return 0; });
+  flat->valid_time = flat->orbit.valid = 1;
+  FILE* coast = std::fopen(testutil::source_path("data/gshhs_c.b").c_str(), "rb");
+  ASSERT_NE(coast, nullptr);
+  EXPECT_EQ(create_overlay(coast, flat.get()), 1);
+  EXPECT_TRUE(flat->ovlinfo.lola2xy.empty());
+  EXPECT_EQ(create_overlay(coast, flat.get()), 0);
+  std::fclose(coast);
+}
+
+// Screen to picture: zoom, mirroring of south-to-north passes, zero zoom.
+TEST(ScreenMaps, Mapping) {
+  auto pic = dtest::make_picture(100, 50, 1, [](int, int, int) { return 0; });
+  std::unique_ptr<VIEWINFO> v(dtest::make_view());
+  // A 200 x 100 area at zoom 1: two screen pixels a picture pixel.
+  ASSERT_EQ(map_xy(200, 100, 0, 1, pic.get(), v.get()), 0);
+  EXPECT_FLOAT_EQ(v->zval.dx, 2.0f);
+  EXPECT_EQ(v->xmap[0], 0);
+  EXPECT_EQ(v->xmap[3], 1);
+  EXPECT_EQ(v->xmap[101], 50);
+  EXPECT_EQ(v->ymap[99], 49);
+  // The last column maps past the picture (the edge rule): -1 entries follow.
+  EXPECT_EQ(v->xmap[196], 98);
+  EXPECT_EQ(v->xmap[198], -1);
+
+  // South-to-north: screen row 0 shows the picture's last line.
+  v->scan_ver = S_N;
+  ASSERT_EQ(map_xy(100, 50, 0, 1, pic.get(), v.get()), 0);
+  EXPECT_EQ(v->ymap[0], 49);
+  EXPECT_EQ(v->ymap[48], 1);
+  // East-to-west mirrors columns.
+  v->scan_hor = E_W;
+  ASSERT_EQ(map_xy(100, 50, 0, 1, pic.get(), v.get()), 0);
+  EXPECT_EQ(v->xmap[0], 99 - 1 + 0);  // first appended column: the right edge
+  EXPECT_GT(v->xmap[0], v->xmap[10]);
+
+  // Zoom 2 with origin (10, 5).
+  v->scan_hor = W_E;
+  v->scan_ver = N_S;
+  v->zval.zx = v->zval.zy = 2;
+  v->zval.ox = 10;
+  v->zval.oy = 5;
+  ASSERT_EQ(map_xy(100, 50, 0, 1, pic.get(), v.get()), 0);
+  EXPECT_EQ(v->xmap[0], 10);
+  EXPECT_EQ(v->xmap[1], 10);
+  EXPECT_EQ(v->xmap[2], 11);
+  EXPECT_EQ(v->ymap[4], 7);
+
+  // Zero zoom: everything at the cut-out's origin.
+  v->zval.zx = v->zval.zy = 0;
+  v->zval.ox = v->zval.oy = 0;
+  ASSERT_EQ(map_xy(10, 10, 0, 1, pic.get(), v.get()), 0);
+  EXPECT_EQ(v->xmap[5], 0);
+  EXPECT_EQ(v->ymap[5], 0);
+  EXPECT_EQ(scry2picy(3, v.get(), pic.get()), pic->oy);
+
+  // One-to-one mapping.
+  ASSERT_EQ(map_xy(120, 60, 1, 1, pic.get(), v.get()), 0);
+  EXPECT_EQ(v->xmap[42], 42);
+  EXPECT_EQ(v->xmap[100], -1);
+  EXPECT_EQ(v->ymap[49], 49);
+  EXPECT_EQ(v->ymap[50], -1);
+}
+
+// Interleaved raw words: index = x * inter_chan + channel position + header.
+TEST(ScreenMaps, InterleavedWords) {
+  auto pic = dtest::make_picture(10, 2, 5, [](int, int, int) { return 0; });
+  pic->fri.inter_chan = 5;
+  pic->fri.header_len = 750;
+  std::unique_ptr<VIEWINFO> v(dtest::make_view());
+  v->channel_selected[4] = 1;
+  ASSERT_EQ(map_xy(10, 2, 1, 0, pic.get(), v.get()), 0);
+  EXPECT_EQ(v->xmap[0], 3 + 750);
+  EXPECT_EQ(v->xmap[2], 2 * 5 + 3 + 750);
+}
+
+// The linearisation tables: monotone, the ends fixed, the centre stretched
+// less than the edges; nothing without a sensor angle.
+TEST(Linearise, Tables) {
+  auto pic = dtest::make_picture(2048, 1, 1, [](int, int, int) { return 0; });
+  pic->max_sens_angle = 55.37f;
+  pic->orbit.height = 833000.0f;
+  std::unique_ptr<VIEWINFO> v(dtest::make_view());
+  EXPECT_EQ(mk_lintbl(pic.get(), v.get()), nullptr);  // the view does not linearise
+  v->linearize = 1;
+  const int* t = mk_lintbl(pic.get(), v.get());
+  ASSERT_NE(t, nullptr);
+  ASSERT_EQ(v->lin_xtbl.size(), 2048u);
+  EXPECT_EQ(t[0], 0);
+  EXPECT_EQ(t[2047], 2047);
+  for (int k = 1; k < 2048; k++) ASSERT_GE(t[k], t[k - 1]) << k;
+  // Output columns are linear in earth angle: source columns per output
+  // column = (E/(n-1)) / (d th/d x), with d th/d a = k cos a / sqrt(1 - k^2
+  // sin^2 a) - 1 and d a/d x = A/n.
+  const double k = (kR + 833000.0) / kR, A = 3.14159265 * 55.37 / 180, n = 1024;
+  const double E = ref_earth_angle(833000.0, A);
+  auto slope = [&](double a) {
+    double dth = k * std::cos(a) / std::sqrt(1 - k * k * std::sin(a) * std::sin(a)) - 1;
+    return (E / (n - 1)) / (dth * A / n);
+  };
+  EXPECT_NEAR(t[1044] - t[1004], 40 * slope(0), 2.5);  // near nadir: about 1.8
+  const int k0 = 100;  // output column 100 lies at some source column near the edge
+  const double a0 = A * (n - t[k0]) / n;
+  EXPECT_NEAR(t[k0 + 20] - t[k0 - 20], 40 * slope(a0), 2.5);
+  EXPECT_LT(slope(a0), 1.0);  // edges stretched: less than one source column per output column
+  // The inverse table points back.
+  EXPECT_EQ(t[v->revlin_xtbl[1024]], 1024);
+  pic->max_sens_angle = 0;
+  v->lin_xtbl.clear();
+  EXPECT_EQ(mk_lintbl(pic.get(), v.get()), nullptr);
+}
