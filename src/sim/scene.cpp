@@ -186,11 +186,11 @@ void sim_surface(const SIM_SCENE& s, double lon, double lat, const double xyz[3]
   o->cloud = 0;
   double top = 240;
   if (s.clouds > 0) {
-    double c = sim_fbm(s.seed, xyz[0], xyz[1], xyz[2], 6, 20.0);
+    double c = sim_fbm(s.seed, xyz[0], xyz[1], xyz[2], 5, 20.0);
     double thr = 0.68 - 0.36 * std::min(1.0, s.clouds);
     if (s.clouds >= 1) thr = -1;
     o->cloud = smoothstep(thr, thr + 0.06, c);
-    double hgt = sim_fbm(s.seed ^ 0xA5A5A5u, xyz[0], xyz[1], xyz[2], 3, 8.0);
+    double hgt = sim_fbm(s.seed ^ 0xA5A5A5u, xyz[0], xyz[1], xyz[2], 2, 8.0);
     top = 220.0 + 40.0 * (1.0 - std::clamp((hgt - 0.25) * 2.0, 0.0, 1.0));
   }
 

@@ -31,11 +31,11 @@ double sim_fbm(uint32_t seed, double x, double y, double z, int octaves, double 
 
 // What the sensor sees at one earth point.
 struct SIM_SURFACE {
-  int land;            // 1 land, 0 water
-  double cloud;        // cloud opacity 0..1
-  double cos_sun;      // cosine of the solar zenith angle (negative: night)
-  double albedo[2];    // channels 1 and 2 (reflectance 0..1, before the sun)
-  double temp[3];      // brightness temperatures of channels 3B, 4, 5 (kelvin)
+  int land;          // 1 land, 0 water
+  double cloud;      // cloud opacity 0..1
+  double cos_sun;    // cosine of the solar zenith angle (negative: night)
+  double albedo[2];  // channels 1 and 2 (reflectance 0..1, before the sun)
+  double temp[3];    // brightness temperatures of channels 3B, 4, 5 (kelvin)
 };
 
 // Scene parameters.

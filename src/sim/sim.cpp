@@ -23,7 +23,7 @@
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
-constexpr double kWgsA = 6378.137;              // km
+constexpr double kWgsA = 6378.137;             // km
 constexpr double kWgsF = 1.0 / 298.257223563;  // flattening
 constexpr double kWgsB = kWgsA * (1.0 - kWgsF);
 constexpr double kWgsE2 = kWgsF * (2.0 - kWgsF);
@@ -184,8 +184,7 @@ void hrpt_frame(const SIM_PASS& p, int i, const SIM_LINE& l, std::vector<uint16_
   for (int q = 103; q < 623; q++) w[size_t(q)] = uint16_t(((q * 29 + (i % 320) * 3) & 0xFF) << 1);
   for (int q = 623; q < kHdrWords; q++) w[size_t(q)] = (q & 1) ? 0x1A5 : 0x25A;
   for (int x = 0; x < p.width; x++)
-    for (int ch = 0; ch < 5; ch++)
-      w[size_t(kHdrWords + 5 * x + ch)] = l.counts[ch + 1][size_t(x)];
+    for (int ch = 0; ch < 5; ch++) w[size_t(kHdrWords + 5 * x + ch)] = l.counts[ch + 1][size_t(x)];
   for (int q = 0; q < kLeaderWords; q++)
     w[size_t(kHdrWords + 5 * p.width + q)] = uint16_t((q * 0x155 + 0x0F3) & 0x3FF);
 }
@@ -343,9 +342,11 @@ int sim_prepare(const SIM_REQUEST& req, SIM_PASS* p, std::string* err) {
   std::string used;
   FilePtr coast(req.coast_path.empty() ? open_coast_file("gshhs_i.b", &used)
                                        : std::fopen(req.coast_path.c_str(), "rb"));
-  if (!coast && req.coast_path.empty()) coast.reset(std::fopen(PAVA_SRC_DATADIR "/gshhs_i.b", "rb"));
+  if (!coast && req.coast_path.empty())
+    coast.reset(std::fopen(PAVA_SRC_DATADIR "/gshhs_i.b", "rb"));
   if (!coast) {
-    *err = "Cannot open the coastline file " + (req.coast_path.empty() ? "gshhs_i.b" : req.coast_path);
+    *err =
+        "Cannot open the coastline file " + (req.coast_path.empty() ? "gshhs_i.b" : req.coast_path);
     return 1;
   }
   double res = 0.01;
@@ -382,22 +383,46 @@ void sim_line(const SIM_PASS& p, int i, SIM_LINE* l) {
   EPOINT sp = calc_sun(&t);
   double sun[3] = {std::cos(sp.lat) * std::cos(sp.lon), std::cos(sp.lat) * std::sin(sp.lon),
                    std::sin(sp.lat)};
+  // The orbital frame of the line, turned earth-fixed once.
+  double up[3] = {r[0], r[1], r[2]};
+  unit(up);
+  double f[3] = {v[0], v[1], v[2]};
+  double vu = dot(f, up);
+  for (int k = 0; k < 3; k++) f[k] -= vu * up[k];
+  unit(f);
+  double right[3];
+  cross(f, up, right);
+  const double th = ThetaG_JD(l->jd);
+  double se[3], ue[3], re[3];
+  teme_to_ecef(r, th, se);
+  teme_to_ecef(up, th, ue);
+  teme_to_ecef(right, th, re);
+  const double q = kWgsA / kWgsB;
+  const double s2[3] = {se[0], se[1], se[2] * q};
+  const double C = dot(s2, s2) - kWgsA * kWgsA;
   const int n = w / 2;
   for (int x = 0; x < w; x++) {
     // Sensor angle: +A at pixel 0 (right of the flight direction), 0 at n.
-    double a = p.max_angle * kPi / 180.0 * double(n - x) / double(n);
-    double lon = 0, lat = 0, pk[3];
+    const double a = p.max_angle * kPi / 180.0 * double(n - x) / double(n);
+    const double ca = std::cos(a), sa = std::sin(a);
+    double u[3] = {-ca * ue[0] + sa * re[0], -ca * ue[1] + sa * re[1], -ca * ue[2] + sa * re[2]};
+    const double u2[3] = {u[0], u[1], u[2] * q};
+    const double A = dot(u2, u2), B = dot(s2, u2);
+    const double disc = B * B - A * C;
     SIM_SURFACE& s = l->surf[size_t(x)];
-    if (!sim_ray_wgs84(r, v, l->jd, a, &lon, &lat, pk)) {
+    const double tr = disc >= 0 ? (-B - std::sqrt(disc)) / A : -1;
+    if (tr <= 0) {
       s = SIM_SURFACE{};
       s.temp[0] = s.temp[1] = s.temp[2] = 3.0;
       continue;
     }
+    double pk[3] = {se[0] + tr * u[0], se[1] + tr * u[1], se[2] + tr * u[2]};
+    const double lon = std::atan2(pk[1], pk[0]);
+    const double lat = std::atan2(pk[2], (1.0 - kWgsE2) * std::hypot(pk[0], pk[1]));
     l->lon[size_t(x)] = lon;
     l->lat[size_t(x)] = lat;
-    double u[3] = {pk[0], pk[1], pk[2]};
-    unit(u);
-    sim_surface(p.scene, lon, lat, u, sun, &s);
+    unit(pk);
+    sim_surface(p.scene, lon, lat, pk, sun, &s);
     double day = std::max(0.0, s.cos_sun);
     for (int ch = 1; ch <= 2; ch++)
       l->counts[ch][size_t(x)] =

@@ -31,10 +31,10 @@ int sim_format_supported(int format);
 
 // What to synthesise.
 struct SIM_REQUEST {
-  std::string sat;        // satellite name as in the element file ("NOAA 19")
-  std::string tle_path;   // element file
-  std::string coast_path; // GSHHS file of the land mask (empty: the shipped gshhs_i.b)
-  struct tm start {};     // GMT
+  std::string sat;         // satellite name as in the element file ("NOAA 19")
+  std::string tle_path;    // element file
+  std::string coast_path;  // GSHHS file of the land mask (empty: the shipped gshhs_i.b)
+  struct tm start {};      // GMT
   int start_ms = 0;
   double seconds = 0;
   int format = SIM_HRPT;
@@ -47,10 +47,10 @@ struct SIM_REQUEST {
 
 // Instrument and thermal calibration of a prepared pass.
 struct SIM_THERMAL {
-  int prt_count[5];  // PRT 1..4 readings (counts) of the black body
-  double tbb;        // black-body temperature the display derives from them
-  int space[6];      // space counts of channels 1..5
-  int bb[6];         // black-body counts of channels 3..5
+  int prt_count[5];                     // PRT 1..4 readings (counts) of the black body
+  double tbb;                           // black-body temperature the display derives from them
+  int space[6];                         // space counts of channels 1..5
+  int bb[6];                            // black-body counts of channels 3..5
   std::vector<float> temp_of_count[6];  // channel 3..5: temperature of each count
 };
 
