@@ -15,6 +15,7 @@
 #include "formats/framehdr.h"
 #include "formats/hptfile.h"
 #include "formats/hrptfile.h"
+#include "formats/meteor.h"
 #include "orbit/satdb.h"
 #include "orbit/satpos.h"
 #include "orbit/sgp4.h"
@@ -189,6 +190,13 @@ void hrpt_frame(const SIM_PASS& p, int i, const SIM_LINE& l, std::vector<uint16_
     w[size_t(kHdrWords + 5 * p.width + q)] = uint16_t((q * 0x155 + 0x0F3) & 0x3FF);
 }
 
+// MSU-MR words of a line: pixel * 6 + channel.
+void meteor_words(const SIM_PASS& p, const SIM_LINE& l, std::vector<uint16_t>* out) {
+  out->assign(size_t(6 * p.width), 0);
+  for (int x = 0; x < p.width; x++)
+    for (int ch = 0; ch < 6; ch++) (*out)[size_t(6 * x + ch)] = l.counts[ch + 1][size_t(x)];
+}
+
 }  // namespace
 
 int sim_format_from_name(const char* name) {
@@ -199,7 +207,7 @@ int sim_format_from_name(const char* name) {
 
 const char* sim_format_name(int f) { return f >= 0 && f < SIM_NFORMATS ? kFormatNames[f] : "?"; }
 
-int sim_format_supported(int f) { return f == SIM_HRPT || f == SIM_HPT; }
+int sim_format_supported(int f) { return f == SIM_HRPT || f == SIM_HPT || f == SIM_MHRPT1; }
 
 int sim_ray_wgs84(const double r[3], const double v[3], double jd, double a, double* lon,
                   double* lat, double p_km[3]) {
@@ -290,8 +298,9 @@ int sim_prepare(const SIM_REQUEST& req, SIM_PASS* p, std::string* err) {
     return 1;
   }
   p->kepler = k;
-  p->width = 2048;
-  p->max_angle = 55.4;
+  p->meteor = req.format == SIM_MHRPT1;
+  p->width = p->meteor ? 1540 : 2048;
+  p->max_angle = p->meteor ? 54.0 : 55.4;
   p->line_dt = 1.0 / 6.0;
   p->lines = int(std::floor(req.seconds / p->line_dt + 1e-9));
   if (p->lines < 1) {
@@ -367,7 +376,7 @@ void sim_line(const SIM_PASS& p, int i, SIM_LINE* l) {
   l->lon.assign(size_t(w), 0);
   l->lat.assign(size_t(w), 0);
   l->surf.assign(size_t(w), SIM_SURFACE{});
-  for (int ch = 1; ch <= 5; ch++) l->counts[ch].assign(size_t(w), 0);
+  for (int ch = 1; ch <= 6; ch++) l->counts[ch].assign(size_t(w), 0);
   double r[3], v[3];
   if (orbit_teme_posvel(&p.kepler, l->jd, r, v) != 0) return;
   {
@@ -427,6 +436,16 @@ void sim_line(const SIM_PASS& p, int i, SIM_LINE* l) {
     for (int ch = 1; ch <= 2; ch++)
       l->counts[ch][size_t(x)] =
           uint16_t(std::clamp(std::lround(kSpaceVis + 900.0 * s.albedo[ch - 1] * day), 0L, 1023L));
+    if (p.meteor) {
+      // MSU-MR: 0.6, 0.9 and 1.7 um, then 3.7, 10.8 and 11.9 um on a linear
+      // scale of 0.2 K per count above 170 K.
+      l->counts[3][size_t(x)] =
+          uint16_t(std::clamp(std::lround(kSpaceVis + 600.0 * s.albedo[1] * day), 0L, 1023L));
+      for (int ch = 4; ch <= 6; ch++)
+        l->counts[ch][size_t(x)] =
+            uint16_t(std::clamp(std::lround((s.temp[ch - 4] - 170.0) * 5.0), 0L, 1023L));
+      continue;
+    }
     for (int ch = 3; ch <= 5; ch++)
       l->counts[ch][size_t(x)] = uint16_t(sim_thermal_count(p, ch, s.temp[ch - 3]));
   }
@@ -441,9 +460,9 @@ int sim_write(const SIM_PASS& p, const char* path, std::string* err) {
   std::unique_ptr<PICINFO, void (*)(PICINFO*)> pic(pic_new(), pic_delete);
   const bool hpt = p.req.format == SIM_HPT;
   pic->fp = fp.get();
-  pic->file_type = hpt ? FT_HPT : FT_HRPT;
+  pic->file_type = hpt ? FT_HPT : p.meteor ? FT_MHRPT1 : FT_HRPT;
   pic->width = p.width;
-  for (int c = 0; c <= 5; c++) pic->channels_recorded[c] = 1;
+  for (int c = 0; c <= (p.meteor ? 6 : 5); c++) pic->channels_recorded[c] = 1;
   pava::copy_text(pic->sat_name, p.req.sat.c_str());
   pic->height = p.lines;
   pic->picture_time = p.req.start;
@@ -465,6 +484,7 @@ int sim_write(const SIM_PASS& p, const char* path, std::string* err) {
     *err = "Cannot write the file header";
     return 1;
   }
+  const long first = std::ftell(fp.get());
 
   // Lines in blocks, each block computed by worker threads.
   int nthreads = p.req.threads > 0 ? p.req.threads : int(std::thread::hardware_concurrency());
@@ -480,7 +500,10 @@ int sim_write(const SIM_PASS& p, const char* path, std::string* err) {
       SIM_LINE l;
       for (int j = tid; j < nb; j += nthreads) {
         sim_line(p, b0 + j, &l);
-        hrpt_frame(p, b0 + j, l, &frames[size_t(j)]);
+        if (p.meteor)
+          meteor_words(p, l, &frames[size_t(j)]);
+        else
+          hrpt_frame(p, b0 + j, l, &frames[size_t(j)]);
       }
     };
     std::vector<std::thread> pool;
@@ -497,7 +520,9 @@ int sim_write(const SIM_PASS& p, const char* path, std::string* err) {
         add_bit_errors(&w, p.req.bit_errors, &err_rng);
       }
       int ok;
-      if (hpt)
+      if (p.meteor)
+        ok = write_mhrpt1_line(pic.get(), w.data());
+      else if (hpt)
         ok = write_hpt_line(pic.get(), w.data());
       else
         ok = write_hrpt1_line(pic.get(), w.data(), is_hrptsync(w.data(), 0) ? 0x10 : 0);
@@ -505,6 +530,17 @@ int sim_write(const SIM_PASS& p, const char* path, std::string* err) {
     }
   }
   pic->fp = nullptr;
+  if (p.meteor) {
+    // Line times, whole seconds of Moscow time, in bytes 30-32 of each
+    // line's first frame.
+    for (int i = 0; i < p.lines; i++) {
+      double secs = (p.jd0 - 2440587.5) * 86400.0 + i * p.line_dt + 3 * 3600;
+      struct tm t = pava::gmtime_utc(time_t(std::floor(secs + 1e-6)));
+      uint8_t hms[3] = {uint8_t(t.tm_hour), uint8_t(t.tm_min), uint8_t(t.tm_sec)};
+      std::fseek(fp.get(), first + long(i) * MHRPT_LINEBYTES + 30, SEEK_SET);
+      std::fwrite(hms, 1, 3, fp.get());
+    }
+  }
   if (std::fflush(fp.get()) != 0 || std::ferror(fp.get())) {
     *err = std::string("Write error on ") + path;
     return 1;

@@ -64,6 +64,7 @@ struct SIM_PASS {
   double max_angle = 55.4;  // degrees at the swath edge
   int spacecraft_addr = 0;
   int chan3a = 0;  // 1: channel 3A is sent instead of 3B
+  int meteor = 0;  // MSU-MR: six channels, thermal counts on a linear scale
   double jd0 = 0;  // Julian date of line 0
   SIM_LANDMASK mask;
   SIM_SCENE scene;
@@ -77,7 +78,7 @@ struct SIM_LINE {
   double sat_lon = 0, sat_lat = 0;  // sub-satellite point, radians
   std::vector<double> lon, lat;     // radians, geodetic on WGS 84
   std::vector<SIM_SURFACE> surf;
-  std::vector<uint16_t> counts[6];  // channel 1..5 counts
+  std::vector<uint16_t> counts[7];  // channel 1..6 counts (6: Meteor only)
 };
 
 // Reads the elements, builds the land mask under the pass and the calibration.

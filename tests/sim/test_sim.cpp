@@ -47,11 +47,11 @@ nlohmann::json info(const std::string& path) {
 }
 
 testutil::RunResult synth(const std::string& format, const std::string& out, double seconds,
-                          std::vector<std::string> extra = {}) {
+                          std::vector<std::string> extra = {}, const char* sat = "NOAA 19") {
   std::vector<std::string> argv = {testutil::bin_path("pava-cli"),
                                    "synth",
                                    "--sat",
-                                   "NOAA 19",
+                                   sat,
                                    "--tle",
                                    tle(),
                                    "--start",
@@ -76,26 +76,32 @@ TEST(SimFormats, OpenAsTheirType) {
   struct Row {
     const char* format;
     const char* file_type;
+    const char* sat;
+    int width;
     bool named;  // the reader gives the satellite and the line times
   };
   const Row rows[] = {
-      {"hrpt", "FT_HRPT", true},  // recorder file with its 16000-byte header
-      {"hpt", "FT_HPT", false},   // packed frames without a header
+      // recorder file with its 16000-byte header
+      {"hrpt", "FT_HRPT", "NOAA 19", 2048, true},
+      // packed frames without a header
+      {"hpt", "FT_HPT", "NOAA 19", 2048, false},
+      // Meteor MSU-MR frames, Moscow time in each line
+      {"mhrpt1", "FT_MHRPT1", "METEOR-M 2", 1540, true},
   };
   testutil::TempDir dir;
   for (const Row& row : rows) {
     SCOPED_TRACE(row.format);
     std::string out = dir.file(std::string("pass.") + row.format);
-    auto r = synth(row.format, out, 20);
+    auto r = synth(row.format, out, 20, {}, row.sat);
     ASSERT_EQ(r.status, 0) << r.err;
     auto j = info(out);
     ASSERT_TRUE(j.is_object());
     EXPECT_EQ(j["file_type"], row.file_type);
     EXPECT_EQ(j["height"], 120);
-    EXPECT_EQ(j["width"], 2048);
+    EXPECT_EQ(j["width"], row.width);
     EXPECT_EQ(j["lines_with_syncword"], 120);
     if (!row.named) continue;
-    EXPECT_EQ(j["sat_name"], "NOAA 19");
+    EXPECT_EQ(j["sat_name"], row.sat);
     std::string start = j["start"], end = j["end"];
     EXPECT_EQ(start.substr(0, 16), "2020-10-26T07:26");
     EXPECT_EQ(end.substr(0, 19), "2020-10-26T07:26:49");
