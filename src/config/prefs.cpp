@@ -351,6 +351,7 @@ PREFITEMS* Load_Defaults(PREFS* p) {
     Create_XPref(L, kClrs[i].key, &p->clr[i], kClrs[i].rgb, 6);
   Create_BPref(L, "Sunshadow", &p->sunshadow, 0);
   Create_FPref(L, "Shadow_fact", &p->shadow_fact, 0.5f);
+  Create_BPref(L, "precise_geolocation", &p->precise_geolocation, 1);
   Create_TPref(L, "Sat_list");
   for (int i = 0; i < PREFS_NSATS; i++)
     Create_SPref(L, "Satellite", p->sats[i].name, sizeof p->sats[i].name, kSats[i].name,

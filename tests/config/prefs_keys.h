@@ -133,4 +133,5 @@ inline const char* const kPrefKeys[] = {
     "Clr.number",
     "Sunshadow",
     "Shadow_fact",
+    "precise_geolocation",
 };
