@@ -176,7 +176,7 @@ float x2earthangle(float height, SCANDIR scandir, int x, int n, float max_angle)
 
 void line_positions(XLINE* l, const EPOINT& earth, const EPOINT& sat, float inclination,
                     const ORBIT& orbit) {
-  if (!l->pos) return;
+  if (!xline_alloc_pos(l)) return;
   ScanAngles ang = scan_angles(orbit, l->width);
   line_positions_with(l, earth, sat, std::sin(double(inclination)), std::cos(double(inclination)),
                       ang);
