@@ -119,3 +119,126 @@ TEST(GeolocOracle, PreciseWithin3KmOfPyorbital) {
   std::printf("largest distance to pyorbital: precise model %.2f km, spherical model %.2f km\n",
               worst_p, worst_s);
 }
+
+namespace {
+
+// Header elements of the same NOAA 19 set as the recording keeps them: the
+// epoch day as a float, angles in radians.
+void set_header_elements(PICINFO* pic, double epoch_day) {
+  KEPLER& k = pic->kepler;
+  k = KEPLER{};
+  k.epoch_year = 120;
+  k.epoch_day = double(float(epoch_day));
+  k.decay_rate = 0.00000008f;
+  k.bstar = 0.29872e-4f;
+  k.inclination = float(99.1965 * M_PI / 180);
+  k.raan = float(309.6298 * M_PI / 180);
+  k.eccentricity = 0.0014858f;
+  k.perigee = float(69.1900 * M_PI / 180);
+  k.anomaly = float(291.0860 * M_PI / 180);
+  k.motion = 14.12436128f;
+  k.epoch_rev = 60368;
+}
+
+}  // namespace
+
+// Which elements bind a picture: the file's set of the header's epoch (equal
+// as floats) or a newer one in double precision, else the header's; no
+// elements anywhere or no valid time: no orbit.
+TEST(OrbitBinding, ElementChoice) {
+  PrefsGuard g;
+  prefs.precise_geolocation = 1;
+  testutil::TempDir d;
+  const std::string tle = write_tle(d);
+  struct Row {
+    const char* what;
+    bool header;
+    double header_day;  // header epoch day (stored as a float)
+    const char* file;   // element file, "" for none
+    const char* sat;
+    int want;  // ORBIT_ELEM_*
+  } rows[] = {
+      // Header epoch equal to the file's within float precision: the file's set.
+      {"same epoch", true, 300.85690046, "tle", "NOAA 19", ORBIT_ELEM_FILE},
+      // The file holds a newer set than the header: the file's.
+      {"newer in file", true, 299.5, "tle", "NOAA 19", ORBIT_ELEM_FILE},
+      // The file's set is older than the header's: the header's.
+      {"older in file", true, 301.5, "tle", "NOAA 19", ORBIT_ELEM_HEADER},
+      // The file lacks the satellite: the header's.
+      {"other satellite", true, 300.85690046, "tle", "NOAA 18", ORBIT_ELEM_HEADER},
+      // No element file: the header's.
+      {"no file", true, 300.85690046, "", "NOAA 19", ORBIT_ELEM_HEADER},
+      // No header elements: the file's set.
+      {"file only", false, 0, "tle", "NOAA 19", ORBIT_ELEM_FILE},
+      // Nothing anywhere: no orbit.
+      {"nothing", false, 0, "", "NOAA 19", ORBIT_ELEM_NONE},
+  };
+  for (const Row& r : rows) {
+    SCOPED_TRACE(r.what);
+    dtest::PicPtr pic = make_pass({kEpochUnix + 3600.0});
+    pava::copy_text(pic->sat_name, r.sat);
+    if (r.header) set_header_elements(pic.get(), r.header_day);
+    const std::string f = *r.file ? tle : d.file("missing.txt");
+    int bound = bind_picture_orbit(pic.get(), f.c_str());
+    EXPECT_EQ(pic->orbit.elements, r.want);
+    EXPECT_EQ(bound, r.want != ORBIT_ELEM_NONE);
+    EXPECT_EQ(pic->orbit.valid, bound);
+    const std::string text = pic->orbit.elements_text;
+    if (r.want == ORBIT_ELEM_FILE) {
+      EXPECT_NE(text.find("element file"), std::string::npos) << text;
+      // Double-precision epoch of the file kept.
+      EXPECT_DOUBLE_EQ(pic->kepler.epoch_day, 300.85690046);
+    }
+    if (r.want == ORBIT_ELEM_HEADER) {
+      EXPECT_NE(text.find("recording header"), std::string::npos) << text;
+    }
+    if (bound) {
+      EXPECT_NE(pic_line(pic.get(), 0)->pos, nullptr);
+      EXPECT_FLOAT_EQ(pic->orbit.max_sens_angle, 55.4f);
+      EXPECT_EQ(pic->orbit.width_original, 2048);
+    }
+  }
+  // Header and file elements of one set place the pixels within a few km of
+  // each other (the float epoch is the only loss).
+  dtest::PicPtr a = make_pass({kEpochUnix + 3600.0});
+  dtest::PicPtr b = make_pass({kEpochUnix + 3600.0});
+  set_header_elements(a.get(), 300.85690046);
+  set_header_elements(b.get(), 300.85690046);
+  ASSERT_EQ(bind_picture_orbit(a.get(), tle.c_str()), 1);
+  ASSERT_EQ(bind_picture_orbit(b.get(), d.file("missing.txt").c_str()), 1);
+  EPOINT pa{}, pb{};
+  xy2lonlat(1024, 0, nullptr, a.get(), &pa);
+  xy2lonlat(1024, 0, nullptr, b.get(), &pb);
+  EXPECT_LT(
+      dist_km(pa.lon * 180 / M_PI, pa.lat * 180 / M_PI, pb.lon * 180 / M_PI, pb.lat * 180 / M_PI),
+      20.0);
+
+  // Without a valid time nothing is bound, whatever the elements.
+  dtest::PicPtr c = make_pass({kEpochUnix + 3600.0});
+  c->valid_time = 0;
+  EXPECT_EQ(bind_picture_orbit(c.get(), tle.c_str()), 0);
+  EXPECT_EQ(c->orbit.valid, 0);
+  EXPECT_EQ(pic_line(c.get(), 0)->pos, nullptr);  // no positions paid for
+}
+
+// offset_sec moves the positions as a later line time would; offset_lon
+// shifts longitudes only; the precise model keeps both.
+TEST(OrbitBinding, OffsetsInPreciseModel) {
+  PrefsGuard g;
+  prefs.precise_geolocation = 1;
+  testutil::TempDir d;
+  dtest::PicPtr a = make_pass({kEpochUnix + 3600.0});
+  dtest::PicPtr b = make_pass({kEpochUnix + 3605.0});
+  ASSERT_EQ(bind_picture_orbit(a.get(), write_tle(d).c_str()), 1);
+  ASSERT_EQ(bind_picture_orbit(b.get(), write_tle(d).c_str()), 1);
+  a->orbit.offset_sec = 5;
+  ASSERT_EQ(add_subsatpos(a.get()), 1);
+  a->orbit.offset_lon = 1.5f;
+  for (int x : {0, 1024, 2047}) {
+    EPOINT pa{}, pb{};
+    xy2lonlat(x, 0, nullptr, a.get(), &pa);
+    xy2lonlat(x, 0, nullptr, b.get(), &pb);
+    EXPECT_NEAR(pa.lat, pb.lat, 1e-6);
+    EXPECT_NEAR(std::remainder(pa.lon - pb.lon, 2 * M_PI), 1.5 * M_PI / 180, 1e-5);
+  }
+}
