@@ -34,7 +34,7 @@ PICINFO* make_pass() {
     for (int x = 0; x < kWidth; x++) {
       double s = (x - 1024) / 1024.0;
       double across = 13.0 * (s + 0.35 * s * s * s);  // degrees of arc from the track
-      tail->pos[x].lon = float((8.0 + across / coslat - 0.004 * y) * M_PI / 180);
+      xline_alloc_pos(tail)[x].lon = float((8.0 + across / coslat - 0.004 * y) * M_PI / 180);
       tail->pos[x].lat = float((lat + 0.3 * s) * M_PI / 180);
       for (int c = 0; c < kChans; c++) {
         seed = seed * 1664525u + 1013904223u;

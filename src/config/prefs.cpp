@@ -352,9 +352,15 @@ PREFITEMS* Load_Defaults(PREFS* p) {
   Create_BPref(L, "Sunshadow", &p->sunshadow, 0);
   Create_FPref(L, "Shadow_fact", &p->shadow_fact, 0.5f);
   // Keys beyond the classic set, kept after it so old files stay in order.
+  // Precise geolocation: pixel positions on the WGS 84 ellipsoid.
+  Create_BPref(L, "precise_geolocation", &p->precise_geolocation, 1);
   // USB access to the decoder board: auto (FTDI's D2XX library when installed,
   // else libftdi1), d2xx, libftdi, emulator.
   Create_SPref(L, "usb_backend", p->usb_backend, sizeof p->usb_backend, "auto");
+  // hamlib's rotctld as a rotor output (beside the network line of eth.*).
+  Create_BPref(L, "rotctld.on", &p->rotctld_on, 0);
+  Create_SPref(L, "rotctld.host", p->rotctld_host, sizeof p->rotctld_host, "localhost");
+  Create_IPref(L, "rotctld.port", &p->rotctld_port, 4533);
   Create_TPref(L, "Sat_list");
   for (int i = 0; i < PREFS_NSATS; i++)
     Create_SPref(L, "Satellite", p->sats[i].name, sizeof p->sats[i].name, kSats[i].name,

@@ -104,6 +104,7 @@ struct PREFS {
   int display_mode;  // board angle display
   CLRMAPCHAN clrmaps[PREFS_NFAMILIES][PREFS_NMAPS];
   CLRMAPCHAN clrmaps_loaded[PREFS_NFAMILIES][PREFS_NMAPS];
+  int precise_geolocation;  // pixel positions on the WGS 84 ellipsoid (else spherical model)
 
   // FTDI access: "auto" (D2XX when installed, else libftdi1), "d2xx",
   // "libftdi" or "emulator".

@@ -30,7 +30,13 @@ struct ORBIT {
   int offset_gmt;    // hours
   int offset_sec;    // seconds added to every line time
   float offset_lon;  // degrees added to every longitude
+  // Which elements the picture is bound with (ORBIT_ELEM_*) and a line of
+  // text saying so for the file information.
+  int elements;
+  char elements_text[160];
 };
+
+enum ORBIT_ELEM { ORBIT_ELEM_NONE = 0, ORBIT_ELEM_HEADER = 1, ORBIT_ELEM_FILE = 2 };
 
 struct DBLFLOAT {
   float a, b;

@@ -5,8 +5,10 @@
 #include <cstring>
 
 #include "common/timeutil.h"
+#include "config/prefs.h"
 #include "display/coast.h"
 #include "orbit/satpos.h"
+#include "orbit/sgp4.h"
 
 namespace {
 
@@ -19,6 +21,10 @@ double wrap_pi(double lon) {
   while (lon <= -M_PI) lon += 2 * M_PI;
   return lon;
 }
+
+// Nearest integer of a value that is positive (biased degrees): the same as
+// lround there, without its cost in the per-pixel loops.
+inline long round_pos(double v) { return v > 0 ? long(v + 0.5) : std::lround(v); }
 
 // The 2/4/8 bits of a degree line at whole degree m (m >= 0).
 int degree_bits(long m) {
@@ -71,6 +77,115 @@ void line_positions_with(XLINE* l, const EPOINT& earth, const EPOINT& sat, doubl
   }
 }
 
+// WGS 84 ellipsoid, km.
+constexpr double kWgsA = 6378.137;
+constexpr double kWgsF = 1.0 / 298.257223563;
+constexpr double kWgsB = kWgsA * (1.0 - kWgsF);
+constexpr double kWgsE2 = kWgsF * (2.0 - kWgsF);
+
+// Sensor angle (radians) of every pixel of a line: +A at x = 0, 0 at the
+// nadir x = n, -A at x = 2n, as x2earthangle counts them.
+ScanAngles sensor_angles(const ORBIT& orbit, int width) {
+  ScanAngles a;
+  a.c.resize(size_t(width));
+  a.s.resize(size_t(width));
+  const int n = orbit.width_original / 2;
+  for (int x = 0; x < width; x++) {
+    double ang = n ? M_PI * orbit.max_sens_angle / 180.0 * double(n - x) / double(n) : 0.0;
+    a.c[size_t(x)] = std::cos(ang);
+    a.s[size_t(x)] = std::sin(ang);
+  }
+  return a;
+}
+
+double dot3(const double a[3], const double b[3]) {
+  return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+}
+void cross3(const double a[3], const double b[3], double out[3]) {
+  out[0] = a[1] * b[2] - a[2] * b[1];
+  out[1] = a[2] * b[0] - a[0] * b[2];
+  out[2] = a[0] * b[1] - a[1] * b[0];
+}
+void unit3(double v[3]) {
+  double l = std::sqrt(dot3(v, v));
+  if (l > 0) v[0] /= l, v[1] /= l, v[2] /= l;
+}
+
+// Positions of a line's pixels on the WGS 84 ellipsoid: the satellite's SGP4
+// position and velocity at the line time turned earth-fixed with the sidereal
+// angle; each pixel's look vector is the nadir rotated across the track (about
+// the velocity) by its sensor angle, and meets the ellipsoid; latitudes are
+// geodetic. The scan centre points at the earth's centre, not along the
+// ellipsoid normal: the platforms hold their attitude with earth (horizon)
+// sensors, which find the direction of the earth's centre; the normal would
+// move the swath up to about 6 km along the track at its edges.
+// Returns false when the model fails.
+bool line_positions_precise(XLINE* l, const KEPLER& kepler, double jd, const ScanAngles& ang) {
+  double pt[3], vt[3];
+  if (orbit_teme_posvel(&kepler, jd, pt, vt) != 0) return false;
+  if (!xline_alloc_pos(l)) return true;
+  const double th = ThetaG_JD(jd), ct = std::cos(th), st = std::sin(th);
+  // Earth-fixed position; the velocity stays inertial (turned with the same
+  // angle) since it is the platform's motion that orients the scan.
+  const double p[3] = {ct * pt[0] + st * pt[1], -st * pt[0] + ct * pt[1], pt[2]};
+  double v[3] = {ct * vt[0] + st * vt[1], -st * vt[0] + ct * vt[1], vt[2]};
+  unit3(v);
+  const double rl = std::sqrt(dot3(p, p));
+  if (!(rl > 0)) return false;
+  double nad[3] = {-p[0] / rl, -p[1] / rl, -p[2] / rl};
+  // Across the track: the sensor angle turns the nadir about the velocity;
+  // positive angles (x = 0 side) towards nadir x velocity.
+  double cr[3];
+  cross3(nad, v, cr);
+  unit3(cr);
+  const double ia2 = 1.0 / (kWgsA * kWgsA), ib2 = 1.0 / (kWgsB * kWgsB);
+  const double pp = (p[0] * p[0] + p[1] * p[1]) * ia2 + p[2] * p[2] * ib2 - 1.0;
+  const int w = std::min(l->width, int(ang.c.size()));
+  auto exact = [&](int x) {
+    const double c = ang.c[size_t(x)], s = ang.s[size_t(x)];
+    const double d[3] = {nad[0] * c + cr[0] * s, nad[1] * c + cr[1] * s, nad[2] * c + cr[2] * s};
+    // |p + t d| on the ellipsoid: a t^2 + 2 b t + pp = 0, nearest root.
+    const double qa = (d[0] * d[0] + d[1] * d[1]) * ia2 + d[2] * d[2] * ib2;
+    const double qb = (p[0] * d[0] + p[1] * d[1]) * ia2 + p[2] * d[2] * ib2;
+    double disc = qb * qb - qa * pp;
+    // A look past the limb takes the tangent point.
+    const double t = (-qb - std::sqrt(std::max(0.0, disc))) / qa;
+    const double g[3] = {p[0] + t * d[0], p[1] + t * d[1], p[2] + t * d[2]};
+    EPOINT& e = l->pos[x];
+    e.x = float(g[0] / kWgsA);
+    e.y = float(g[1] / kWgsA);
+    e.z = float(g[2] / kWgsA);
+    e.lon = float(std::atan2(g[1], g[0]));
+    e.lat = float(std::atan2(g[2], (1.0 - kWgsE2) * std::hypot(g[0], g[1])));
+  };
+  // Every kStep-th pixel (and the last) exactly; the ones between linearly
+  // in between (well under 100 m off), except near the poles or where the
+  // longitude turns fast, which are done exactly.
+  constexpr int kStep = 8;
+  if (w > 0) exact(0);
+  for (int x0 = 0; x0 < w - 1; x0 += kStep) {
+    const int x1 = std::min(x0 + kStep, w - 1);
+    exact(x1);
+    const EPOINT& e0 = l->pos[x0];
+    const EPOINT& e1 = l->pos[x1];
+    const double dlon = std::remainder(double(e1.lon) - e0.lon, 2 * M_PI);
+    if (std::fabs(e0.lat) > 1.3 || std::fabs(e1.lat) > 1.3 || std::fabs(dlon) > 0.035) {
+      for (int x = x0 + 1; x < x1; x++) exact(x);
+      continue;
+    }
+    for (int x = x0 + 1; x < x1; x++) {
+      const double f = double(x - x0) / double(x1 - x0);
+      EPOINT& e = l->pos[x];
+      e.x = float(e0.x + f * (e1.x - e0.x));
+      e.y = float(e0.y + f * (e1.y - e0.y));
+      e.z = float(e0.z + f * (e1.z - e0.z));
+      e.lon = float(wrap_pi(e0.lon + f * dlon));
+      e.lat = float(e0.lat + f * (e1.lat - e0.lat));
+    }
+  }
+  return true;
+}
+
 }  // namespace
 
 float x2earthangle(float height, SCANDIR scandir, int x, int n, float max_angle) {
@@ -90,7 +205,7 @@ float x2earthangle(float height, SCANDIR scandir, int x, int n, float max_angle)
 
 void line_positions(XLINE* l, const EPOINT& earth, const EPOINT& sat, float inclination,
                     const ORBIT& orbit) {
-  if (!l->pos) return;
+  if (!xline_alloc_pos(l)) return;
   ScanAngles ang = scan_angles(orbit, l->width);
   line_positions_with(l, earth, sat, std::sin(double(inclination)), std::cos(double(inclination)),
                       ang);
@@ -102,15 +217,15 @@ void line_olmask(const XLINE* prev, XLINE* l) {
   // crossing against the line before adds to it.
   std::memset(l->olmask, 0, size_t(l->width));
   for (int x = 1; x < l->width; x++) {
-    long l1 = std::lround(200.0 + l->pos[x - 1].lon * kRad2Deg);
-    long l2 = std::lround(200.0 + l->pos[x].lon * kRad2Deg);
+    long l1 = round_pos(200.0 + l->pos[x - 1].lon * kRad2Deg);
+    long l2 = round_pos(200.0 + l->pos[x].lon * kRad2Deg);
     if (l1 != l2) l->olmask[x] = uint8_t(1 | degree_bits(std::max(l1, l2)));
   }
   if (prev && prev->pos) {
     int w = std::min(l->width, prev->width);
     for (int x = 0; x < w; x++) {
-      long p1 = std::lround(100.0 + prev->pos[x].lat * kRad2Deg);
-      long p2 = std::lround(100.0 + l->pos[x].lat * kRad2Deg);
+      long p1 = round_pos(100.0 + prev->pos[x].lat * kRad2Deg);
+      long p2 = round_pos(100.0 + l->pos[x].lat * kRad2Deg);
       if (p1 != p2) l->olmask[x] |= uint8_t(1 | degree_bits(std::max(p1, p2)));
     }
   }
@@ -123,7 +238,8 @@ int add_subsatpos(PICINFO* pic) {
   const double ci = std::cos(double(pic->kepler.inclination));
   int maxw = 0;
   for (XLINE* l = pic->xline; l; l = l->next) maxw = std::max(maxw, l->width);
-  ScanAngles ang = scan_angles(orbit, maxw);
+  const bool precise = prefs.precise_geolocation && pic->kepler.sgp4_ready;
+  ScanAngles ang = precise ? sensor_angles(orbit, maxw) : scan_angles(orbit, maxw);
 
   int done = 0;
   XLINE* prev = nullptr;
@@ -138,7 +254,14 @@ int add_subsatpos(PICINFO* pic) {
       continue;
     }
     l->subsatpos = subsat;
-    line_positions_with(l, earth, sat, si, ci, ang);
+    if (precise) {
+      if (!line_positions_precise(l, pic->kepler, orbit_julian_date(&t, l->tm_ms.ms), ang)) {
+        if (done == 0) return -1;
+        continue;
+      }
+    } else {
+      line_positions_with(l, earth, sat, si, ci, ang);
+    }
     line_olmask(prev, l);
     done++;
   }

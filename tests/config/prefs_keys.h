@@ -134,5 +134,9 @@ inline const char* const kPrefKeys[] = {
     "Sunshadow",
     "Shadow_fact",
     // Keys added after the classic set.
+    "precise_geolocation",
     "usb_backend",
+    "rotctld.on",
+    "rotctld.host",
+    "rotctld.port",
 };

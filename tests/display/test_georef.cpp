@@ -97,6 +97,7 @@ TEST(Positions, LineGridMask) {
   auto pic = dtest::make_picture(6, 2, 1, [](int, int, int) { return 0; });
   XLINE* a = pic_line(pic.get(), 0);
   XLINE* b = pic_line(pic.get(), 1);
+  ASSERT_TRUE(xline_alloc_pos(a) && xline_alloc_pos(b));
   const double lons[6] = {8.2, 9.7, 10.2, 10.4, 11.6, 12.0};  // rounded: 8,10,10,10,12,12
   for (int x = 0; x < 6; x++) {
     a->pos[x].lon = b->pos[x].lon = float(lons[x] * M_PI / 180);

@@ -4,10 +4,10 @@
 //   pava-cli render FILE -o OUT.png [--width W --height H] [--channel N |
 //       --false-colour] [--grid] [--coast] [--lum auto|MIN:MAX] [--gamma G]
 //       [--invert] [--temperature] [--linearize] [--despeckle] [--north-up]
-//       [--offset-sec S] [--offset-lon DEG]
+//       [--offset-sec S] [--offset-lon DEG] [--tle FILE]
 //     prints {"file", "out", "width", "height", "lum_min", "lum_max", "status"}
-//   pava-cli lonlat FILE --line L --x X [--x X...]
-//     prints {"line", "x", "lon", "lat"} per pixel (degrees)
+//   pava-cli lonlat FILE --line L --x X [--x X...] [--tle FILE]
+//     prints {"line", "x", "lon", "lat", "elements"} per pixel (degrees)
 #include <png.h>
 
 #include <cstdio>
@@ -20,6 +20,7 @@
 #include "config/prefs.h"
 #include "display/draw.h"
 #include "display/georef.h"
+#include "display/orbitbind.h"
 #include "display/render.h"
 #include "formats/openfile.h"
 
@@ -33,8 +34,10 @@ struct PicCloser {
 };
 using PicHandle = std::unique_ptr<PICINFO, PicCloser>;
 
-// Opens a picture file from the command line; null after a message.
-PicHandle open_picture(const std::string& path, VIEWINFO* view) {
+// Opens a picture file from the command line and binds it to its orbit
+// (elements from tle, or the preference's file when empty); null after a
+// message.
+PicHandle open_picture(const std::string& path, VIEWINFO* view, const std::string& tle) {
   PicHandle pic(pic_new());
   if (!pava::copy_text(pic->file_name, path)) {
     cli_fail("file name too long: " + path);
@@ -45,6 +48,7 @@ PicHandle open_picture(const std::string& path, VIEWINFO* view) {
     cli_fail(pava::strprintf("can't open %s (status %d)", path.c_str(), r));
     return nullptr;
   }
+  bind_picture_orbit(pic.get(), tle.empty() ? nullptr : tle.c_str());
   return pic;
 }
 
@@ -71,7 +75,7 @@ bool write_png(const std::string& path, const RGBIMAGE& im) {
 }
 
 struct RenderArgs {
-  std::string file, out, lum = "auto";
+  std::string file, out, lum = "auto", tle;
   int width = 0, height = 0, channel = 0;
   bool false_colour = false, grid = false, coast = false, invert = false, temperature = false;
   bool linearize = false, despeckle = false, north_up = false;
@@ -103,7 +107,7 @@ void run_render(const RenderArgs& a) {
   }
   cli_load_prefs();
   auto view = std::make_unique<VIEWINFO>();
-  PicHandle pic = open_picture(a.file, view.get());
+  PicHandle pic = open_picture(a.file, view.get(), a.tle);
   if (!pic) return;
   o.width = a.width;
   o.height = a.height;
@@ -143,7 +147,7 @@ void run_render(const RenderArgs& a) {
 }
 
 struct LonlatArgs {
-  std::string file;
+  std::string file, tle;
   int line = 0;
   std::vector<int> xs;
 };
@@ -151,7 +155,7 @@ struct LonlatArgs {
 void run_lonlat(const LonlatArgs& a) {
   cli_load_prefs();
   auto view = std::make_unique<VIEWINFO>();
-  PicHandle pic = open_picture(a.file, view.get());
+  PicHandle pic = open_picture(a.file, view.get(), a.tle);
   if (!pic) return;
   if (!pic->orbit.valid || !pic->valid_time) {
     cli_fail(pava::strprintf("%s: %s", a.file.c_str(), draw_status_text(DRAW_NO_ORBIT)));
@@ -173,6 +177,7 @@ void run_lonlat(const LonlatArgs& a) {
     j["x"] = x;
     j["lon"] = e.lon * 180.0 / M_PI;
     j["lat"] = e.lat * 180.0 / M_PI;
+    j["elements"] = pic->orbit.elements_text;
     cli_emit(j);
   }
 }
@@ -200,6 +205,7 @@ void cli_add_display(CLI::App& app) {
   r->add_flag("--north-up", ra->north_up, "Mirror as the pass direction asks");
   r->add_option("--offset-sec", ra->offset_sec, "Seconds added to the line times");
   r->add_option("--offset-lon", ra->offset_lon, "Degrees added to the longitudes");
+  r->add_option("--tle", ra->tle, "Element file (default: the preference's)");
   r->callback([ra]() { run_render(*ra); });
 
   auto la = std::make_shared<LonlatArgs>();
@@ -207,5 +213,6 @@ void cli_add_display(CLI::App& app) {
   l->add_option("FILE", la->file, "Picture file")->required();
   l->add_option("--line", la->line, "Picture line (from 0)")->required();
   l->add_option("--x", la->xs, "Pixel in the line (repeatable)")->required();
+  l->add_option("--tle", la->tle, "Element file (default: the preference's)");
   l->callback([la]() { run_lonlat(*la); });
 }

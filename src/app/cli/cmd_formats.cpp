@@ -4,6 +4,7 @@
 #include <string>
 
 #include "app/cli/cli.h"
+#include "display/orbitbind.h"
 #include "formats/framehdr.h"
 #include "formats/openfile.h"
 #include "formats/picinfo.h"
@@ -58,6 +59,8 @@ json time_json(const XLINE* l) {
 void cmd_info(const std::string& file, const std::string& type) {
   Opened o;
   if (!open_for_cli(o, file, type)) return;
+  cli_load_prefs();
+  bind_picture_orbit(o.pic);
   const PICINFO* pic = o.pic;
   json chans = json::array();
   for (int c = 1; c <= 25; c++)
@@ -85,6 +88,7 @@ void cmd_info(const std::string& file, const std::string& type) {
   j["end"] = time_json(n ? pic_line(pic, n - 1) : nullptr);
   j["lines_with_syncword"] = with_sync;
   j["lines_with_dec_sync"] = with_dec;
+  j["elements"] = pic->orbit.elements_text;
   cli_emit(j);
 }
 
