@@ -9,6 +9,7 @@
 #include "common/text.h"
 #include "config/prefs.h"
 #include "display/display_types.h"
+#include "display/draw.h"
 #include "formats/openfile.h"
 #include "formats/picinfo.h"
 #include "gui/debugpage.h"
@@ -54,10 +55,21 @@ void correct_zoom(REDRAW_CTX* ctx) {
   correct_zoomval(ctx->view, ctx->pic, w, h);
 }
 
+// Status of the last drawing (a DRAW_STATUS), for draw_failed.
+int& last_draw_status(GtkWidget* window) {
+  static int fallback = 0;
+  auto* s = static_cast<int*>(g_object_get_data(G_OBJECT(window), "pava_draw_status"));
+  return s ? *s : fallback;
+}
+
+void draw_failed(REDRAW_CTX* ctx);
+
 int draw_canvas(REDRAW_CTX* ctx) {
-  GtkWidget* area = canvas(GTK_WIDGET(ctx->user));
+  GtkWidget* win = GTK_WIDGET(ctx->user);
+  GtkWidget* area = canvas(win);
   gint64 t0 = g_get_monotonic_time();
   int r = gtk_image_viewer_render(area);
+  last_draw_status(win) = r;
   if (prefs.log) {
     int w, h;
     gtk_image_viewer_get_size(area, &w, &h);
@@ -69,20 +81,45 @@ int draw_canvas(REDRAW_CTX* ctx) {
                   double(g_get_monotonic_time() - g_start_us) / 1000);
     }
   }
+  // Without an orbit the redraw logic calls draw_failed; a missing coast
+  // file is reported here (the orbit is fine then).
+  if (r == DRAW_NO_COAST && ctx->pic->orbit.valid) draw_failed(ctx);
   return r;
 }
 
+// The overlay could not be drawn: its items go off (the picture is drawn
+// without it) and the user is told why.
 void draw_failed(REDRAW_CTX* ctx) {
   GtkWidget* w = GTK_WIDGET(ctx->user);
+  int status = last_draw_status(w);
+  if (status != DRAW_NO_ORBIT && status != DRAW_NO_COAST) return;
+  ctx->view->grid = 0;
+  ctx->view->boundaries = 0;
+  g_object_set_data(G_OBJECT(w), kSyncing, GINT_TO_POINTER(1));
   Set_Button(w, "View/Grid", 0);
   Set_Button(w, "View/Coast", 0);
+  g_object_set_data(G_OBJECT(w), kSyncing, nullptr);
+  draw_report(status);
 }
 
 // ---- Viewer owner ----
 
+// The viewer's buffer is drawn by draw_pic: what pava-cli render draws for
+// the same size and settings.
 int render_view(void* user, uint8_t* rgb, int w, int h) {
   GtkWidget* win = GTK_WIDGET(user);
-  return render_grey(Get_Picinfo_db(win), Get_Viewinfo_db(win), w, h, rgb);
+  auto* img = static_cast<RGBIMAGE*>(g_object_get_data(G_OBJECT(win), "pava_rgb"));
+  PICINFO* pic = Get_Picinfo_db(win);
+  VIEWINFO* view = Get_Viewinfo_db(win);
+  if (!img || !pic || !view || w <= 0 || h <= 0) return DRAW_NO_PICTURE;
+  DRAWOPTS opts;
+  opts.map_window_open = Find_Window("Map channels") != nullptr;
+  int r = draw_pic(pic, view, w, h, img, &opts);
+  if (img->rgb.size() == size_t(w) * size_t(h) * 3)
+    std::memcpy(rgb, img->rgb.data(), img->rgb.size());
+  else
+    std::memset(rgb, 0, size_t(w) * size_t(h) * 3);
+  return r;
 }
 
 void view_changed(void* user) { Update_Main(GTK_WIDGET(user)); }
@@ -110,6 +147,7 @@ void not_yet(GtkWidget* item, const char*) { Create_Message(item, "Info", "%s", 
 
 void after_open(GtkWidget* win) {
   PICINFO* pic = Get_Picinfo_db(win);
+  if (pic->fp) view_init(pic, Get_Viewinfo_db(win));
   gtk_window_set_title(GTK_WINDOW(win), main_title(pic).c_str());
   sync_menu_items(win);
   sgtk_set_sensitive(win, "File/Close", pic->fp != nullptr);
@@ -424,6 +462,10 @@ GtkWidget* make_gui(PICINFO* pic, VIEWINFO* view, RECORDINFO* rec) {
   g_object_set_data(G_OBJECT(window), "pava_pci", pic);
   g_object_set_data(G_OBJECT(window), "pava_vwi", view);
   g_object_set_data(G_OBJECT(window), "pava_rdi", rec);
+  g_object_set_data_full(G_OBJECT(window), "pava_rgb", new RGBIMAGE(),
+                         [](gpointer p) { delete static_cast<RGBIMAGE*>(p); });
+  g_object_set_data_full(G_OBJECT(window), "pava_draw_status", new int(0),
+                         [](gpointer p) { delete static_cast<int*>(p); });
 
   auto* ctx = new REDRAW_CTX();
   ctx->pic = pic;
@@ -481,6 +523,7 @@ GtkWidget* make_gui(PICINFO* pic, VIEWINFO* view, RECORDINFO* rec) {
   gtk_widget_show_all(content);
 
   // 6. Position, palette, menu items in line with the records.
+  if (pic->fp) view_init(pic, view);
   sgtk_state_restore(window);
   if (prefs.main_wnd_x || prefs.main_wnd_y)
     gtk_window_move(GTK_WINDOW(window), prefs.main_wnd_x, prefs.main_wnd_y);
