@@ -8,11 +8,13 @@
 #include "app/log.h"
 #include "common/text.h"
 #include "config/prefs.h"
+#include "display/chanmap.h"
 #include "display/display_types.h"
 #include "display/draw.h"
 #include "formats/openfile.h"
 #include "formats/picinfo.h"
 #include "gui/debugpage.h"
+#include "gui/mapwnd.h"
 #include "gui/sgtk.h"
 #include "gui/viewer.h"
 
@@ -321,14 +323,35 @@ void menu_channel(GtkWidget* item, const char* path) {
   if (view_select_channel(Get_Viewinfo_db(win), view_channel_of_path(path)) == 0) Update_Main(win);
 }
 
+void menu_channel_map(GtkWidget* item, const char*) {
+  if (GtkWidget* win = main_window(item)) map_channels_open(win);
+}
+
 // ---- Display controls ----
+
+// "CMap A/B/C": stored map 1..3 of the picture's family, in false colour.
+void on_cmap(GtkWidget* w, gpointer choice) {
+  GtkWidget* win = main_window(w);
+  if (!win || syncing(win)) return;
+  VIEWINFO* view = Get_Viewinfo_db(win);
+  PICINFO* pic = Get_Picinfo_db(win);
+  float clum = clrmap_choose(view, clrmap_family(pic->sat_type), GPOINTER_TO_INT(choice),
+                             float(sgtk_get_value(win, "^Clum")));
+  sync_menu_items(win);
+  g_object_set_data(G_OBJECT(win), kSyncing, GINT_TO_POINTER(1));
+  sgtk_set_value(win, "^Clum", clum);
+  g_object_set_data(G_OBJECT(win), kSyncing, nullptr);
+  map_channels_sync();
+  Update_Main(win);
+}
 
 void on_not_yet_button(GtkWidget* w, gpointer) { Create_Message(w, "Info", "%s", kNotYet); }
 
 void on_clum(GtkWidget* w, gpointer) {
   GtkWidget* win = main_window(w);
   if (syncing(win)) return;
-  Get_Viewinfo_db(win)->cmhc.lum = float(gtk_spin_button_get_value(GTK_SPIN_BUTTON(w)));
+  clrmap_choose(Get_Viewinfo_db(win), clrmap_family(Get_Picinfo_db(win)->sat_type), 3,
+                float(gtk_spin_button_get_value(GTK_SPIN_BUTTON(w))));
   Update_Main(win);
 }
 
@@ -370,7 +393,7 @@ const SGTK_MENU kMenu[] = {
     {"View/Palette/Load_Palette", SGM_RADIO, load_palette, nullptr},
     {"View/Palette/Grey_Palette", SGM_RADIO, load_greyscale, nullptr},
     {"View/Lum...", SGM_ITEM, not_yet, nullptr},
-    {"View/Channel_map...", SGM_ITEM, not_yet, nullptr},
+    {"View/Channel_map...", SGM_ITEM, menu_channel_map, nullptr},
     {"View/Film...", SGM_ITEM, not_yet, nullptr},
     {"Zoom/100% (f)", SGM_ITEM, Menu_Zoombuts, nullptr},
     {"Zoom/In (i)", SGM_ITEM, Menu_Zoombuts, nullptr},
@@ -430,9 +453,9 @@ gboolean on_delete(GtkWidget* w, GdkEvent*, gpointer) {
 GtkWidget* display_controls() {
   return sgtk_row({
       sg_button("Lum thr.", G_CALLBACK(on_not_yet_button)),
-      sg_button("CMap A", G_CALLBACK(on_not_yet_button)),
-      sg_button("CMap B", G_CALLBACK(on_not_yet_button)),
-      sg_button("CMap C", G_CALLBACK(on_not_yet_button)),
+      sg_button("CMap A", G_CALLBACK(on_cmap), GINT_TO_POINTER(0)),
+      sg_button("CMap B", G_CALLBACK(on_cmap), GINT_TO_POINTER(1)),
+      sg_button("CMap C", G_CALLBACK(on_cmap), GINT_TO_POINTER(2)),
       sg_spin("^Clum", 1.0, 0.1, 1.0, 0.05, 2, G_CALLBACK(on_clum)),
       sg_entry("!Position", 18),
       sg_entry("!Pixel", 8),
