@@ -14,6 +14,7 @@
 #include "formats/openfile.h"
 #include "formats/picinfo.h"
 #include "gui/debugpage.h"
+#include "gui/lumwnd.h"
 #include "gui/mapwnd.h"
 #include "gui/sgtk.h"
 #include "gui/viewer.h"
@@ -323,6 +324,12 @@ void menu_channel(GtkWidget* item, const char* path) {
   if (view_select_channel(Get_Viewinfo_db(win), view_channel_of_path(path)) == 0) Update_Main(win);
 }
 
+void menu_lum(GtkWidget* item, const char*) {
+  if (GtkWidget* win = main_window(item)) lum_window_open(win);
+}
+void on_lum_button(GtkWidget* w, gpointer) { menu_lum(w, nullptr); }
+void update_lum(REDRAW_CTX*) { lum_window_update(); }
+
 void menu_channel_map(GtkWidget* item, const char*) {
   if (GtkWidget* win = main_window(item)) map_channels_open(win);
 }
@@ -344,8 +351,6 @@ void on_cmap(GtkWidget* w, gpointer choice) {
   map_channels_sync();
   Update_Main(win);
 }
-
-void on_not_yet_button(GtkWidget* w, gpointer) { Create_Message(w, "Info", "%s", kNotYet); }
 
 void on_clum(GtkWidget* w, gpointer) {
   GtkWidget* win = main_window(w);
@@ -392,7 +397,7 @@ const SGTK_MENU kMenu[] = {
     {"View/Set skip/Use Post sync", SGM_CHECK, Menu_Viewbuts, nullptr},
     {"View/Palette/Load_Palette", SGM_RADIO, load_palette, nullptr},
     {"View/Palette/Grey_Palette", SGM_RADIO, load_greyscale, nullptr},
-    {"View/Lum...", SGM_ITEM, not_yet, nullptr},
+    {"View/Lum...", SGM_ITEM, menu_lum, nullptr},
     {"View/Channel_map...", SGM_ITEM, menu_channel_map, nullptr},
     {"View/Film...", SGM_ITEM, not_yet, nullptr},
     {"Zoom/100% (f)", SGM_ITEM, Menu_Zoombuts, nullptr},
@@ -452,7 +457,7 @@ gboolean on_delete(GtkWidget* w, GdkEvent*, gpointer) {
 
 GtkWidget* display_controls() {
   return sgtk_row({
-      sg_button("Lum thr.", G_CALLBACK(on_not_yet_button)),
+      sg_button("Lum thr.", G_CALLBACK(on_lum_button)),
       sg_button("CMap A", G_CALLBACK(on_cmap), GINT_TO_POINTER(0)),
       sg_button("CMap B", G_CALLBACK(on_cmap), GINT_TO_POINTER(1)),
       sg_button("CMap C", G_CALLBACK(on_cmap), GINT_TO_POINTER(2)),
@@ -497,6 +502,7 @@ GtkWidget* make_gui(PICINFO* pic, VIEWINFO* view, RECORDINFO* rec) {
   ctx->correct_zoom = correct_zoom;
   ctx->draw = draw_canvas;
   ctx->draw_failed = draw_failed;
+  ctx->update_lum = update_lum;
   ctx->user = window;
   g_object_set_data_full(G_OBJECT(window), "pava_redraw", ctx, [](gpointer p) {
     // A redraw still queued must not run on a freed record.
