@@ -3,6 +3,7 @@
 #include <cstring>
 #include <string>
 
+#include "app/core/hdrinfo.h"
 #include "app/core/redraw.h"
 #include "app/core/viewctl.h"
 #include "app/log.h"
@@ -134,6 +135,9 @@ void view_pointer(void* user, int sx, int sy, int inside) {
     int w, h;
     gtk_image_viewer_get_size(canvas(win), &w, &h);
     view_readout(Get_Viewinfo_db(win), Get_Picinfo_db(win), w, h, sx, sy, &pos, &pix);
+    int px, py;
+    if (view_scr2pic(Get_Viewinfo_db(win), Get_Picinfo_db(win), w, h, sx, sy, &px, &py))
+      g_object_set_data(G_OBJECT(win), "pava_cursor_line", GINT_TO_POINTER(py));
   }
   Set_Entry(win, "!Position", "%s", pos.c_str());
   Set_Entry(win, "!Pixel", "%s", pix.c_str());
@@ -257,6 +261,25 @@ void menu_file_info(GtkWidget* item, const char*) {
   gtk_widget_show_all(info);
 }
 
+// "Edit/File header...": the decoded frame header of the line last under the
+// mouse (the first line before the mouse was on the picture).
+void menu_file_header(GtkWidget* item, const char*) {
+  GtkWidget* win = main_window(item);
+  if (GtkWidget* old = Find_Window("File header")) gtk_widget_destroy(old);
+  GtkWidget* content = gtk_vbox_new(FALSE, 2);
+  gtk_box_pack_start(GTK_BOX(content), sgtk_item(sg_list("Header", "Item|Value")), TRUE, TRUE, 0);
+  gtk_box_pack_start(GTK_BOX(content), sgtk_row({sg_button("Close", G_CALLBACK(on_close_window))}),
+                     FALSE, FALSE, 0);
+  GtkWidget* dlg = sgtk_window("File header", content);
+  GtkWidget* list = Find_Widget(dlg, "Header");
+  int line = GPOINTER_TO_INT(g_object_get_data(G_OBJECT(win), "pava_cursor_line"));
+  for (const auto& row : framehdr_rows(Get_Picinfo_db(win), Get_Viewinfo_db(win), line))
+    sgtk_list_append(list, {row.first, row.second});
+  gtk_window_set_default_size(GTK_WINDOW(dlg), 420, 360);
+  gtk_window_set_transient_for(GTK_WINDOW(dlg), GTK_WINDOW(win));
+  gtk_widget_show_all(dlg);
+}
+
 void menu_quit(GtkWidget* item, const char*) {
   GtkWidget* win = main_window(item);
   sgtk_state_store(win);
@@ -376,7 +399,7 @@ const SGTK_MENU kMenu[] = {
     {"File/File info...", SGM_ITEM, menu_file_info, nullptr},
     {"File/separator", SGM_SEPARATOR, nullptr, nullptr},
     {"File/Quit", SGM_ITEM, menu_quit, "<control>q"},
-    {"Edit/File header...", SGM_ITEM, not_yet, nullptr},
+    {"Edit/File header...", SGM_ITEM, menu_file_header, nullptr},
     {"Edit/Kepler...", SGM_ITEM, not_yet, nullptr},
     {"Edit/separator", SGM_SEPARATOR, nullptr, nullptr},
     {"Edit/Preferences...", SGM_ITEM, not_yet, nullptr},

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The luminance window "Lum thr." on the sample: View/Lum... opens it with the
 # histogram of the picture drawn; "Auto" narrows the window to the histogram,
-# which stretches the grey picture.
+# which stretches the grey picture. Edit/File header... opens its window.
 set -u
 BIN=$1
 . "$(dirname "$0")/gui_common.sh"
@@ -29,6 +29,8 @@ sleep 0.2
 xdotool windowmove "$lw" 1300 1100
 sleep 0.5; shot after.png
 same before.png after.png && fail "Auto changed nothing"
+menu 1 1                      # Edit/File header...
+wait_window "File header" >/dev/null || fail "no File header window"
 grep -E 'Gtk-|GLib-' stderr && fail "GTK complained"
 true
 EOS
