@@ -2,8 +2,10 @@
 
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "app/core/hdrinfo.h"
+#include "app/core/keplerctl.h"
 #include "app/core/redraw.h"
 #include "app/core/viewctl.h"
 #include "app/log.h"
@@ -12,6 +14,7 @@
 #include "display/chanmap.h"
 #include "display/display_types.h"
 #include "display/draw.h"
+#include "display/georef.h"
 #include "formats/openfile.h"
 #include "formats/picinfo.h"
 #include "gui/debugpage.h"
@@ -280,6 +283,40 @@ void menu_file_header(GtkWidget* item, const char*) {
   gtk_widget_show_all(dlg);
 }
 
+// "Edit/Kepler...": a changed element or offset takes effect at once: the
+// positions are computed again and the picture redrawn.
+void on_kepler_field(GtkWidget* w, gpointer data) {
+  GtkWidget* win = Find_Window(kMain);
+  if (!win) return;
+  PICINFO* pic = Get_Picinfo_db(win);
+  if (kepler_set(pic, static_cast<const char*>(data),
+                 gtk_spin_button_get_value(GTK_SPIN_BUTTON(w))) != 1)
+    return;
+  if (pic->orbit.valid) add_subsatpos(pic);
+  Update_Main(win);
+}
+
+void menu_kepler(GtkWidget* item, const char*) {
+  GtkWidget* win = main_window(item);
+  if (GtkWidget* old = Find_Window("Kepler")) gtk_widget_destroy(old);
+  PICINFO* pic = Get_Picinfo_db(win);
+  static std::vector<std::string> labels;  // the controls' names outlive the window
+  if (labels.empty())
+    for (const KEPLER_FIELD* f = kepler_fields(); f->name; f++)
+      labels.push_back(std::string("^") + f->name);
+  std::vector<SGTK_ITEM> items;
+  int i = 0;
+  for (const KEPLER_FIELD* f = kepler_fields(); f->name; f++, i++)
+    items.push_back(sg_spin(labels[size_t(i)].c_str(), kepler_get(pic, f->name), f->min, f->max,
+                            f->step, f->digits, G_CALLBACK(on_kepler_field),
+                            const_cast<char*>(f->name)));
+  items.push_back(sg_button("Close", G_CALLBACK(on_close_window)));
+  GtkWidget* dlg = sgtk_window(
+      "Kepler", sgtk_box(true, {gtk_label_new(pic->kepler.name), sgtk_row(items, true)}));
+  gtk_window_set_transient_for(GTK_WINDOW(dlg), GTK_WINDOW(win));
+  gtk_widget_show_all(dlg);
+}
+
 void menu_quit(GtkWidget* item, const char*) {
   GtkWidget* win = main_window(item);
   sgtk_state_store(win);
@@ -400,7 +437,7 @@ const SGTK_MENU kMenu[] = {
     {"File/separator", SGM_SEPARATOR, nullptr, nullptr},
     {"File/Quit", SGM_ITEM, menu_quit, "<control>q"},
     {"Edit/File header...", SGM_ITEM, menu_file_header, nullptr},
-    {"Edit/Kepler...", SGM_ITEM, not_yet, nullptr},
+    {"Edit/Kepler...", SGM_ITEM, menu_kepler, nullptr},
     {"Edit/separator", SGM_SEPARATOR, nullptr, nullptr},
     {"Edit/Preferences...", SGM_ITEM, not_yet, nullptr},
     {"View/North bound", SGM_CHECK, Menu_Viewbuts, nullptr},

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # The luminance window "Lum thr." on the sample: View/Lum... opens it with the
 # histogram of the picture drawn; "Auto" narrows the window to the histogram,
-# which stretches the grey picture. Edit/File header... opens its window.
+# which stretches the grey picture. Edit/File header... and Edit/Kepler...
+# open their windows.
 set -u
 BIN=$1
 . "$(dirname "$0")/gui_common.sh"
@@ -31,6 +32,8 @@ sleep 0.5; shot after.png
 same before.png after.png && fail "Auto changed nothing"
 menu 1 1                      # Edit/File header...
 wait_window "File header" >/dev/null || fail "no File header window"
+menu 1 2                      # Edit/Kepler...
+wait_window "Kepler" >/dev/null || fail "no Kepler window"
 grep -E 'Gtk-|GLib-' stderr && fail "GTK complained"
 true
 EOS
