@@ -20,6 +20,7 @@
 #include "gui/debugpage.h"
 #include "gui/lumwnd.h"
 #include "gui/mapwnd.h"
+#include "gui/prefwnd.h"
 #include "gui/sgtk.h"
 #include "gui/viewer.h"
 
@@ -317,6 +318,10 @@ void menu_kepler(GtkWidget* item, const char*) {
   gtk_widget_show_all(dlg);
 }
 
+void menu_preferences(GtkWidget* item, const char*) {
+  if (GtkWidget* win = main_window(item)) preferences_open(win);
+}
+
 void menu_quit(GtkWidget* item, const char*) {
   GtkWidget* win = main_window(item);
   sgtk_state_store(win);
@@ -439,7 +444,7 @@ const SGTK_MENU kMenu[] = {
     {"Edit/File header...", SGM_ITEM, menu_file_header, nullptr},
     {"Edit/Kepler...", SGM_ITEM, menu_kepler, nullptr},
     {"Edit/separator", SGM_SEPARATOR, nullptr, nullptr},
-    {"Edit/Preferences...", SGM_ITEM, not_yet, nullptr},
+    {"Edit/Preferences...", SGM_ITEM, menu_preferences, nullptr},
     {"View/North bound", SGM_CHECK, Menu_Viewbuts, nullptr},
     {"View/Grid", SGM_CHECK, Menu_Viewbuts, nullptr},
     {"View/Coast", SGM_CHECK, Menu_Viewbuts, nullptr},

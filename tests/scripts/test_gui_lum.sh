@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # The luminance window "Lum thr." on the sample: View/Lum... opens it with the
 # histogram of the picture drawn; "Auto" narrows the window to the histogram,
-# which stretches the grey picture. Edit/File header... and Edit/Kepler...
-# open their windows.
+# which stretches the grey picture. Edit/File header..., Edit/Kepler... and
+# Edit/Preferences... open their windows.
 set -u
 BIN=$1
 . "$(dirname "$0")/gui_common.sh"
@@ -34,6 +34,8 @@ menu 1 1                      # Edit/File header...
 wait_window "File header" >/dev/null || fail "no File header window"
 menu 1 2                      # Edit/Kepler...
 wait_window "Kepler" >/dev/null || fail "no Kepler window"
+menu 1 3                      # Edit/Preferences...
+wait_window "Preferences" >/dev/null || fail "no Preferences window"
 grep -E 'Gtk-|GLib-' stderr && fail "GTK complained"
 true
 EOS
