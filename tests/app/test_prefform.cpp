@@ -35,7 +35,7 @@ TEST(PrefForm, EveryItemOnAKnownTab) {
       {"Kepler_File_name", "Files"},   {"uart.speed", "Receiver"},
       {"Observer_Lat", "Observer"},    {"DiSEqC_Limit", "Tracking"},
       {"main_window_size", "Display"}, {"Satellite", "Satellites"},
-      {"something_new", "General"},
+      {"Metop_File_Base", "Files"},    {"something_new", "General"},
   };
   for (const Row& r : rows) EXPECT_EQ(pref_tab_of(r.key), r.tab) << r.key;
 }

@@ -19,6 +19,9 @@ const Rule kRules[] = {
     {"file_use_satname", "Recording"},
     {"Working_Dir", "Files"},
     {"*_File_name", "Files"},  // suffix rule, see matches()
+    {"*_File_Dir", "Files"},
+    {"*_File_Base", "Files"},
+    {"*_File_Extension", "Files"},
     {"plottrack_file", "Files"},
     {"uart.*", "Receiver"},
     {"eth.*", "Receiver"},
