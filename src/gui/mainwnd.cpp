@@ -1,9 +1,11 @@
 #include "gui/mainwnd.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
 
+#include "app/core/filmctl.h"
 #include "app/core/hdrinfo.h"
 #include "app/core/keplerctl.h"
 #include "app/core/redraw.h"
@@ -236,6 +238,83 @@ void menu_open(GtkWidget* item, const char*) {
   gtk_widget_show_all(d);
 }
 
+// ---- "View/Film...": the files of the picture's folder one after the other ----
+
+struct Film {
+  std::vector<std::string> frames;
+  int index = -1;
+  guint timer = 0;
+};
+
+Film* film_of() {
+  GtkWidget* dlg = Find_Window("Film");
+  return dlg ? static_cast<Film*>(g_object_get_data(G_OBJECT(dlg), "pava_film")) : nullptr;
+}
+
+void film_show(int step) {
+  Film* f = film_of();
+  GtkWidget* win = Find_Window(kMain);
+  if (!f || !win) return;
+  f->index = film_step(f->index, step, int(f->frames.size()));
+  if (f->index < 0) return;
+  const std::string& name = f->frames[size_t(f->index)];
+  gchar* base = g_path_get_basename(name.c_str());
+  Set_Entry(Find_Window("Film"), "!File", "%d/%d %s", f->index + 1, int(f->frames.size()), base);
+  g_free(base);
+  file_ok_sel(win, name.c_str());
+}
+
+gboolean film_tick(gpointer) {
+  film_show(1);
+  return TRUE;
+}
+
+void film_stop(Film* f) {
+  if (f && f->timer) g_source_remove(f->timer);
+  if (f) f->timer = 0;
+}
+
+void on_film_next(GtkWidget*, gpointer) { film_show(1); }
+void on_film_prev(GtkWidget*, gpointer) { film_show(-1); }
+void on_film_play(GtkWidget* w, gpointer) {
+  Film* f = film_of();
+  if (!f) return;
+  film_stop(f);
+  if (gtk_toggle_button_get_active(GTK_TOGGLE_BUTTON(w))) {
+    double s = sgtk_get_value(w, "^Delay (s)");
+    f->timer = g_timeout_add(guint(std::max(0.2, s) * 1000), film_tick, nullptr);
+  }
+}
+
+void menu_film(GtkWidget* item, const char*) {
+  GtkWidget* win = main_window(item);
+  if (GtkWidget* old = Find_Window("Film")) {
+    gtk_window_present(GTK_WINDOW(old));
+    return;
+  }
+  PICINFO* pic = Get_Picinfo_db(win);
+  auto* film = new Film();
+  gchar* folder = pic->file_name[0] ? g_path_get_dirname(pic->file_name) : g_get_current_dir();
+  film->frames = film_list(folder);
+  g_free(folder);
+  film->index = film_index(film->frames, pic->file_name);
+  GtkWidget* dlg = sgtk_window(
+      "Film", sgtk_box(true, {sgtk_item(sg_entry("!File", 40)),
+                              sgtk_row({sg_button("<<", G_CALLBACK(on_film_prev)),
+                                        sg_button(">>", G_CALLBACK(on_film_next)),
+                                        sg_toggle("Play", G_CALLBACK(on_film_play)),
+                                        sg_spin("^Delay (s)", 2, 0.2, 60, 0.2, 1),
+                                        sg_button("Close", G_CALLBACK(on_close_window))})}));
+  g_object_set_data_full(G_OBJECT(dlg), "pava_film", film, [](gpointer p) {
+    auto* f = static_cast<Film*>(p);
+    film_stop(f);
+    delete f;
+  });
+  Set_Entry(dlg, "!File", "%d files", int(film->frames.size()));
+  gtk_window_set_transient_for(GTK_WINDOW(dlg), GTK_WINDOW(win));
+  gtk_widget_show_all(dlg);
+}
+
 void menu_close(GtkWidget* item, const char*) {
   GtkWidget* win = main_window(item);
   PICINFO* pic = Get_Picinfo_db(win);
@@ -464,7 +543,7 @@ const SGTK_MENU kMenu[] = {
     {"View/Palette/Grey_Palette", SGM_RADIO, load_greyscale, nullptr},
     {"View/Lum...", SGM_ITEM, menu_lum, nullptr},
     {"View/Channel_map...", SGM_ITEM, menu_channel_map, nullptr},
-    {"View/Film...", SGM_ITEM, not_yet, nullptr},
+    {"View/Film...", SGM_ITEM, menu_film, nullptr},
     {"Zoom/100% (f)", SGM_ITEM, Menu_Zoombuts, nullptr},
     {"Zoom/In (i)", SGM_ITEM, Menu_Zoombuts, nullptr},
     {"Zoom/Out (o)", SGM_ITEM, Menu_Zoombuts, nullptr},

@@ -2,7 +2,8 @@
 # The luminance window "Lum thr." on the sample: View/Lum... opens it with the
 # histogram of the picture drawn; "Auto" narrows the window to the histogram,
 # which stretches the grey picture. Edit/File header..., Edit/Kepler... and
-# Edit/Preferences... open their windows.
+# Edit/Preferences... open their windows; View/Film... steps through the
+# sample's folder.
 set -u
 BIN=$1
 . "$(dirname "$0")/gui_common.sh"
@@ -36,6 +37,12 @@ menu 1 2                      # Edit/Kepler...
 wait_window "Kepler" >/dev/null || fail "no Kepler window"
 menu 1 3                      # Edit/Preferences...
 wait_window "Preferences" >/dev/null || fail "no Preferences window"
+menu 2 18                     # View/Film...
+fw=$(wait_window "Film") || fail "no Film window"
+xdotool windowfocus --sync "$fw" 2>/dev/null
+xdotool key Tab space         # ">>": the folder's only file again
+sleep 0.5
+xdotool search --onlyvisible --name '^Pava .*noaa18' >/dev/null || fail "film lost the picture"
 grep -E 'Gtk-|GLib-' stderr && fail "GTK complained"
 true
 EOS
