@@ -63,7 +63,7 @@ TEST(MapCtl, UnknownNamesAreRefused) {
 
 // The weights a map holds can be shown: the default maps lie in the ranges.
 TEST(MapCtl, DefaultMapsFitTheControls) {
-  for (int t = 0; t < 64; t++) {
+  for (int t = error_filetype; t <= FT_IQTEST; t++) {
     auto ft = FILE_TYPE(t);
     CLRMAPCHAN m = cleared();
     if (!set_std_falseclr(ft, &m)) continue;
