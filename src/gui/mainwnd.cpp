@@ -1,17 +1,28 @@
 #include "gui/mainwnd.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string>
+#include <vector>
 
+#include "app/core/filmctl.h"
+#include "app/core/hdrinfo.h"
+#include "app/core/keplerctl.h"
 #include "app/core/redraw.h"
 #include "app/core/viewctl.h"
 #include "app/log.h"
 #include "common/text.h"
 #include "config/prefs.h"
+#include "display/chanmap.h"
 #include "display/display_types.h"
+#include "display/draw.h"
+#include "display/georef.h"
 #include "formats/openfile.h"
 #include "formats/picinfo.h"
 #include "gui/debugpage.h"
+#include "gui/lumwnd.h"
+#include "gui/mapwnd.h"
+#include "gui/prefwnd.h"
 #include "gui/sgtk.h"
 #include "gui/viewer.h"
 
@@ -54,10 +65,21 @@ void correct_zoom(REDRAW_CTX* ctx) {
   correct_zoomval(ctx->view, ctx->pic, w, h);
 }
 
+// Status of the last drawing (a DRAW_STATUS), for draw_failed.
+int& last_draw_status(GtkWidget* window) {
+  static int fallback = 0;
+  auto* s = static_cast<int*>(g_object_get_data(G_OBJECT(window), "pava_draw_status"));
+  return s ? *s : fallback;
+}
+
+void draw_failed(REDRAW_CTX* ctx);
+
 int draw_canvas(REDRAW_CTX* ctx) {
-  GtkWidget* area = canvas(GTK_WIDGET(ctx->user));
+  GtkWidget* win = GTK_WIDGET(ctx->user);
+  GtkWidget* area = canvas(win);
   gint64 t0 = g_get_monotonic_time();
   int r = gtk_image_viewer_render(area);
+  last_draw_status(win) = r;
   if (prefs.log) {
     int w, h;
     gtk_image_viewer_get_size(area, &w, &h);
@@ -69,20 +91,45 @@ int draw_canvas(REDRAW_CTX* ctx) {
                   double(g_get_monotonic_time() - g_start_us) / 1000);
     }
   }
+  // Without an orbit the redraw logic calls draw_failed; a missing coast
+  // file is reported here (the orbit is fine then).
+  if (r == DRAW_NO_COAST && ctx->pic->orbit.valid) draw_failed(ctx);
   return r;
 }
 
+// The overlay could not be drawn: its items go off (the picture is drawn
+// without it) and the user is told why.
 void draw_failed(REDRAW_CTX* ctx) {
   GtkWidget* w = GTK_WIDGET(ctx->user);
+  int status = last_draw_status(w);
+  if (status != DRAW_NO_ORBIT && status != DRAW_NO_COAST) return;
+  ctx->view->grid = 0;
+  ctx->view->boundaries = 0;
+  g_object_set_data(G_OBJECT(w), kSyncing, GINT_TO_POINTER(1));
   Set_Button(w, "View/Grid", 0);
   Set_Button(w, "View/Coast", 0);
+  g_object_set_data(G_OBJECT(w), kSyncing, nullptr);
+  draw_report(status);
 }
 
 // ---- Viewer owner ----
 
+// The viewer's buffer is drawn by draw_pic: what pava-cli render draws for
+// the same size and settings.
 int render_view(void* user, uint8_t* rgb, int w, int h) {
   GtkWidget* win = GTK_WIDGET(user);
-  return render_grey(Get_Picinfo_db(win), Get_Viewinfo_db(win), w, h, rgb);
+  auto* img = static_cast<RGBIMAGE*>(g_object_get_data(G_OBJECT(win), "pava_rgb"));
+  PICINFO* pic = Get_Picinfo_db(win);
+  VIEWINFO* view = Get_Viewinfo_db(win);
+  if (!img || !pic || !view || w <= 0 || h <= 0) return DRAW_NO_PICTURE;
+  DRAWOPTS opts;
+  opts.map_window_open = Find_Window("Map channels") != nullptr;
+  int r = draw_pic(pic, view, w, h, img, &opts);
+  if (img->rgb.size() == size_t(w) * size_t(h) * 3)
+    std::memcpy(rgb, img->rgb.data(), img->rgb.size());
+  else
+    std::memset(rgb, 0, size_t(w) * size_t(h) * 3);
+  return r;
 }
 
 void view_changed(void* user) { Update_Main(GTK_WIDGET(user)); }
@@ -94,6 +141,9 @@ void view_pointer(void* user, int sx, int sy, int inside) {
     int w, h;
     gtk_image_viewer_get_size(canvas(win), &w, &h);
     view_readout(Get_Viewinfo_db(win), Get_Picinfo_db(win), w, h, sx, sy, &pos, &pix);
+    int px, py;
+    if (view_scr2pic(Get_Viewinfo_db(win), Get_Picinfo_db(win), w, h, sx, sy, &px, &py))
+      g_object_set_data(G_OBJECT(win), "pava_cursor_line", GINT_TO_POINTER(py));
   }
   Set_Entry(win, "!Position", "%s", pos.c_str());
   Set_Entry(win, "!Pixel", "%s", pix.c_str());
@@ -110,6 +160,7 @@ void not_yet(GtkWidget* item, const char*) { Create_Message(item, "Info", "%s", 
 
 void after_open(GtkWidget* win) {
   PICINFO* pic = Get_Picinfo_db(win);
+  if (pic->fp) view_init(pic, Get_Viewinfo_db(win));
   gtk_window_set_title(GTK_WINDOW(win), main_title(pic).c_str());
   sync_menu_items(win);
   sgtk_set_sensitive(win, "File/Close", pic->fp != nullptr);
@@ -187,6 +238,83 @@ void menu_open(GtkWidget* item, const char*) {
   gtk_widget_show_all(d);
 }
 
+// ---- "View/Film...": the files of the picture's folder one after the other ----
+
+struct Film {
+  std::vector<std::string> frames;
+  int index = -1;
+  guint timer = 0;
+};
+
+Film* film_of() {
+  GtkWidget* dlg = Find_Window("Film");
+  return dlg ? static_cast<Film*>(g_object_get_data(G_OBJECT(dlg), "pava_film")) : nullptr;
+}
+
+void film_show(int step) {
+  Film* f = film_of();
+  GtkWidget* win = Find_Window(kMain);
+  if (!f || !win) return;
+  f->index = film_step(f->index, step, int(f->frames.size()));
+  if (f->index < 0) return;
+  const std::string& name = f->frames[size_t(f->index)];
+  gchar* base = g_path_get_basename(name.c_str());
+  Set_Entry(Find_Window("Film"), "!File", "%d/%d %s", f->index + 1, int(f->frames.size()), base);
+  g_free(base);
+  file_ok_sel(win, name.c_str());
+}
+
+gboolean film_tick(gpointer) {
+  film_show(1);
+  return TRUE;
+}
+
+void film_stop(Film* f) {
+  if (f && f->timer) g_source_remove(f->timer);
+  if (f) f->timer = 0;
+}
+
+void on_film_next(GtkWidget*, gpointer) { film_show(1); }
+void on_film_prev(GtkWidget*, gpointer) { film_show(-1); }
+void on_film_play(GtkWidget* w, gpointer) {
+  Film* f = film_of();
+  if (!f) return;
+  film_stop(f);
+  if (gtk_toggle_button_get_active(GTK_TOGGLE_BUTTON(w))) {
+    double s = sgtk_get_value(w, "^Delay (s)");
+    f->timer = g_timeout_add(guint(std::max(0.2, s) * 1000), film_tick, nullptr);
+  }
+}
+
+void menu_film(GtkWidget* item, const char*) {
+  GtkWidget* win = main_window(item);
+  if (GtkWidget* old = Find_Window("Film")) {
+    gtk_window_present(GTK_WINDOW(old));
+    return;
+  }
+  PICINFO* pic = Get_Picinfo_db(win);
+  auto* film = new Film();
+  gchar* folder = pic->file_name[0] ? g_path_get_dirname(pic->file_name) : g_get_current_dir();
+  film->frames = film_list(folder);
+  g_free(folder);
+  film->index = film_index(film->frames, pic->file_name);
+  GtkWidget* dlg = sgtk_window(
+      "Film", sgtk_box(true, {sgtk_item(sg_entry("!File", 40)),
+                              sgtk_row({sg_button("<<", G_CALLBACK(on_film_prev)),
+                                        sg_button(">>", G_CALLBACK(on_film_next)),
+                                        sg_toggle("Play", G_CALLBACK(on_film_play)),
+                                        sg_spin("^Delay (s)", 2, 0.2, 60, 0.2, 1),
+                                        sg_button("Close", G_CALLBACK(on_close_window))})}));
+  g_object_set_data_full(G_OBJECT(dlg), "pava_film", film, [](gpointer p) {
+    auto* f = static_cast<Film*>(p);
+    film_stop(f);
+    delete f;
+  });
+  Set_Entry(dlg, "!File", "%d files", int(film->frames.size()));
+  gtk_window_set_transient_for(GTK_WINDOW(dlg), GTK_WINDOW(win));
+  gtk_widget_show_all(dlg);
+}
+
 void menu_close(GtkWidget* item, const char*) {
   GtkWidget* win = main_window(item);
   PICINFO* pic = Get_Picinfo_db(win);
@@ -214,6 +342,63 @@ void menu_file_info(GtkWidget* item, const char*) {
   gtk_window_set_default_size(GTK_WINDOW(info), 420, 320);
   gtk_window_set_transient_for(GTK_WINDOW(info), GTK_WINDOW(win));
   gtk_widget_show_all(info);
+}
+
+// "Edit/File header...": the decoded frame header of the line last under the
+// mouse (the first line before the mouse was on the picture).
+void menu_file_header(GtkWidget* item, const char*) {
+  GtkWidget* win = main_window(item);
+  if (GtkWidget* old = Find_Window("File header")) gtk_widget_destroy(old);
+  GtkWidget* content = gtk_vbox_new(FALSE, 2);
+  gtk_box_pack_start(GTK_BOX(content), sgtk_item(sg_list("Header", "Item|Value")), TRUE, TRUE, 0);
+  gtk_box_pack_start(GTK_BOX(content), sgtk_row({sg_button("Close", G_CALLBACK(on_close_window))}),
+                     FALSE, FALSE, 0);
+  GtkWidget* dlg = sgtk_window("File header", content);
+  GtkWidget* list = Find_Widget(dlg, "Header");
+  int line = GPOINTER_TO_INT(g_object_get_data(G_OBJECT(win), "pava_cursor_line"));
+  for (const auto& row : framehdr_rows(Get_Picinfo_db(win), Get_Viewinfo_db(win), line))
+    sgtk_list_append(list, {row.first, row.second});
+  gtk_window_set_default_size(GTK_WINDOW(dlg), 420, 360);
+  gtk_window_set_transient_for(GTK_WINDOW(dlg), GTK_WINDOW(win));
+  gtk_widget_show_all(dlg);
+}
+
+// "Edit/Kepler...": a changed element or offset takes effect at once: the
+// positions are computed again and the picture redrawn.
+void on_kepler_field(GtkWidget* w, gpointer data) {
+  GtkWidget* win = Find_Window(kMain);
+  if (!win) return;
+  PICINFO* pic = Get_Picinfo_db(win);
+  if (kepler_set(pic, static_cast<const char*>(data),
+                 gtk_spin_button_get_value(GTK_SPIN_BUTTON(w))) != 1)
+    return;
+  if (pic->orbit.valid) add_subsatpos(pic);
+  Update_Main(win);
+}
+
+void menu_kepler(GtkWidget* item, const char*) {
+  GtkWidget* win = main_window(item);
+  if (GtkWidget* old = Find_Window("Kepler")) gtk_widget_destroy(old);
+  PICINFO* pic = Get_Picinfo_db(win);
+  static std::vector<std::string> labels;  // the controls' names outlive the window
+  if (labels.empty())
+    for (const KEPLER_FIELD* f = kepler_fields(); f->name; f++)
+      labels.push_back(std::string("^") + f->name);
+  std::vector<SGTK_ITEM> items;
+  int i = 0;
+  for (const KEPLER_FIELD* f = kepler_fields(); f->name; f++, i++)
+    items.push_back(sg_spin(labels[size_t(i)].c_str(), kepler_get(pic, f->name), f->min, f->max,
+                            f->step, f->digits, G_CALLBACK(on_kepler_field),
+                            const_cast<char*>(f->name)));
+  items.push_back(sg_button("Close", G_CALLBACK(on_close_window)));
+  GtkWidget* dlg = sgtk_window(
+      "Kepler", sgtk_box(true, {gtk_label_new(pic->kepler.name), sgtk_row(items, true)}));
+  gtk_window_set_transient_for(GTK_WINDOW(dlg), GTK_WINDOW(win));
+  gtk_widget_show_all(dlg);
+}
+
+void menu_preferences(GtkWidget* item, const char*) {
+  if (GtkWidget* win = main_window(item)) preferences_open(win);
 }
 
 void menu_quit(GtkWidget* item, const char*) {
@@ -283,14 +468,39 @@ void menu_channel(GtkWidget* item, const char* path) {
   if (view_select_channel(Get_Viewinfo_db(win), view_channel_of_path(path)) == 0) Update_Main(win);
 }
 
+void menu_lum(GtkWidget* item, const char*) {
+  if (GtkWidget* win = main_window(item)) lum_window_open(win);
+}
+void on_lum_button(GtkWidget* w, gpointer) { menu_lum(w, nullptr); }
+void update_lum(REDRAW_CTX*) { lum_window_update(); }
+
+void menu_channel_map(GtkWidget* item, const char*) {
+  if (GtkWidget* win = main_window(item)) map_channels_open(win);
+}
+
 // ---- Display controls ----
 
-void on_not_yet_button(GtkWidget* w, gpointer) { Create_Message(w, "Info", "%s", kNotYet); }
+// "CMap A/B/C": stored map 1..3 of the picture's family, in false colour.
+void on_cmap(GtkWidget* w, gpointer choice) {
+  GtkWidget* win = main_window(w);
+  if (!win || syncing(win)) return;
+  VIEWINFO* view = Get_Viewinfo_db(win);
+  PICINFO* pic = Get_Picinfo_db(win);
+  float clum = clrmap_choose(view, clrmap_family(pic->sat_type), GPOINTER_TO_INT(choice),
+                             float(sgtk_get_value(win, "^Clum")));
+  sync_menu_items(win);
+  g_object_set_data(G_OBJECT(win), kSyncing, GINT_TO_POINTER(1));
+  sgtk_set_value(win, "^Clum", clum);
+  g_object_set_data(G_OBJECT(win), kSyncing, nullptr);
+  map_channels_sync();
+  Update_Main(win);
+}
 
 void on_clum(GtkWidget* w, gpointer) {
   GtkWidget* win = main_window(w);
   if (syncing(win)) return;
-  Get_Viewinfo_db(win)->cmhc.lum = float(gtk_spin_button_get_value(GTK_SPIN_BUTTON(w)));
+  clrmap_choose(Get_Viewinfo_db(win), clrmap_family(Get_Picinfo_db(win)->sat_type), 3,
+                float(gtk_spin_button_get_value(GTK_SPIN_BUTTON(w))));
   Update_Main(win);
 }
 
@@ -310,10 +520,10 @@ const SGTK_MENU kMenu[] = {
     {"File/File info...", SGM_ITEM, menu_file_info, nullptr},
     {"File/separator", SGM_SEPARATOR, nullptr, nullptr},
     {"File/Quit", SGM_ITEM, menu_quit, "<control>q"},
-    {"Edit/File header...", SGM_ITEM, not_yet, nullptr},
-    {"Edit/Kepler...", SGM_ITEM, not_yet, nullptr},
+    {"Edit/File header...", SGM_ITEM, menu_file_header, nullptr},
+    {"Edit/Kepler...", SGM_ITEM, menu_kepler, nullptr},
     {"Edit/separator", SGM_SEPARATOR, nullptr, nullptr},
-    {"Edit/Preferences...", SGM_ITEM, not_yet, nullptr},
+    {"Edit/Preferences...", SGM_ITEM, menu_preferences, nullptr},
     {"View/North bound", SGM_CHECK, Menu_Viewbuts, nullptr},
     {"View/Grid", SGM_CHECK, Menu_Viewbuts, nullptr},
     {"View/Coast", SGM_CHECK, Menu_Viewbuts, nullptr},
@@ -331,9 +541,9 @@ const SGTK_MENU kMenu[] = {
     {"View/Set skip/Use Post sync", SGM_CHECK, Menu_Viewbuts, nullptr},
     {"View/Palette/Load_Palette", SGM_RADIO, load_palette, nullptr},
     {"View/Palette/Grey_Palette", SGM_RADIO, load_greyscale, nullptr},
-    {"View/Lum...", SGM_ITEM, not_yet, nullptr},
-    {"View/Channel_map...", SGM_ITEM, not_yet, nullptr},
-    {"View/Film...", SGM_ITEM, not_yet, nullptr},
+    {"View/Lum...", SGM_ITEM, menu_lum, nullptr},
+    {"View/Channel_map...", SGM_ITEM, menu_channel_map, nullptr},
+    {"View/Film...", SGM_ITEM, menu_film, nullptr},
     {"Zoom/100% (f)", SGM_ITEM, Menu_Zoombuts, nullptr},
     {"Zoom/In (i)", SGM_ITEM, Menu_Zoombuts, nullptr},
     {"Zoom/Out (o)", SGM_ITEM, Menu_Zoombuts, nullptr},
@@ -391,10 +601,10 @@ gboolean on_delete(GtkWidget* w, GdkEvent*, gpointer) {
 
 GtkWidget* display_controls() {
   return sgtk_row({
-      sg_button("Lum thr.", G_CALLBACK(on_not_yet_button)),
-      sg_button("CMap A", G_CALLBACK(on_not_yet_button)),
-      sg_button("CMap B", G_CALLBACK(on_not_yet_button)),
-      sg_button("CMap C", G_CALLBACK(on_not_yet_button)),
+      sg_button("Lum thr.", G_CALLBACK(on_lum_button)),
+      sg_button("CMap A", G_CALLBACK(on_cmap), GINT_TO_POINTER(0)),
+      sg_button("CMap B", G_CALLBACK(on_cmap), GINT_TO_POINTER(1)),
+      sg_button("CMap C", G_CALLBACK(on_cmap), GINT_TO_POINTER(2)),
       sg_spin("^Clum", 1.0, 0.1, 1.0, 0.05, 2, G_CALLBACK(on_clum)),
       sg_entry("!Position", 18),
       sg_entry("!Pixel", 8),
@@ -424,6 +634,10 @@ GtkWidget* make_gui(PICINFO* pic, VIEWINFO* view, RECORDINFO* rec) {
   g_object_set_data(G_OBJECT(window), "pava_pci", pic);
   g_object_set_data(G_OBJECT(window), "pava_vwi", view);
   g_object_set_data(G_OBJECT(window), "pava_rdi", rec);
+  g_object_set_data_full(G_OBJECT(window), "pava_rgb", new RGBIMAGE(),
+                         [](gpointer p) { delete static_cast<RGBIMAGE*>(p); });
+  g_object_set_data_full(G_OBJECT(window), "pava_draw_status", new int(0),
+                         [](gpointer p) { delete static_cast<int*>(p); });
 
   auto* ctx = new REDRAW_CTX();
   ctx->pic = pic;
@@ -432,6 +646,7 @@ GtkWidget* make_gui(PICINFO* pic, VIEWINFO* view, RECORDINFO* rec) {
   ctx->correct_zoom = correct_zoom;
   ctx->draw = draw_canvas;
   ctx->draw_failed = draw_failed;
+  ctx->update_lum = update_lum;
   ctx->user = window;
   g_object_set_data_full(G_OBJECT(window), "pava_redraw", ctx, [](gpointer p) {
     // A redraw still queued must not run on a freed record.
@@ -481,6 +696,7 @@ GtkWidget* make_gui(PICINFO* pic, VIEWINFO* view, RECORDINFO* rec) {
   gtk_widget_show_all(content);
 
   // 6. Position, palette, menu items in line with the records.
+  if (pic->fp) view_init(pic, view);
   sgtk_state_restore(window);
   if (prefs.main_wnd_x || prefs.main_wnd_y)
     gtk_window_move(GTK_WINDOW(window), prefs.main_wnd_x, prefs.main_wnd_y);

@@ -460,6 +460,7 @@ TEST(Readout, PositionAndPixel) {
   // "Position XY" asks for picture coordinates.
   p.pic->orbit.valid = 1;
   XLINE* l = pic_line(p.pic, 5);
+  ASSERT_NE(xline_alloc_pos(l), nullptr);  // positions are made on first need
   l->pos[3].lon = float(M_PI / 4);
   l->pos[3].lat = float(-M_PI / 6);
   view_readout(v.get(), p.pic, 100, 50, 3, 5, &pos, &pix);

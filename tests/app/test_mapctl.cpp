@@ -1,0 +1,87 @@
+// The "Map channels" controls by name: every name reaches its own field,
+// values are clamped to the control's range, bad names change nothing.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <string>
+
+#include "app/core/mapctl.h"
+#include "display/chanmap.h"
+
+namespace {
+
+CLRMAPCHAN cleared() {
+  CLRMAPCHAN m;
+  clrmap_reset(&m);
+  return m;
+}
+
+TEST(MapCtl, EveryControlSetsItsOwnField) {
+  struct Row {
+    const char* name;
+    double value;
+    double expect;  // what mapctl_get gives back
+  } rows[] = {
+      {"Ch3", 1, 1},        // channel toggle
+      {"r1", 0.75, 0.75},   // weights of three different channels
+      {"g2", -0.5, -0.5},   //
+      {"b25", 1.25, 1.25},  // highest channel
+      {"gamma", 1.7, 1.7},  //
+      {"ro", 12, 12},       // offsets
+      {"go", -3.4, -3},     // rounded to whole quarters
+      {"bo", 2.6, 3},       //
+      {"r4", 9, 2},         // clamped to the range
+      {"gamma", 0, 0.2},    //
+      {"bo", -1000, -256},  //
+      {"Ch5", 0.3, 0},      // a toggle is on or off
+      {"r2", NAN, -2},      // NaN is the minimum, never stored
+  };
+  for (const Row& r : rows) {
+    CLRMAPCHAN m = cleared();
+    CLRMAPCHAN before = m;
+    ASSERT_EQ(mapctl_set(&m, r.name, r.value), 0) << r.name;
+    EXPECT_NEAR(mapctl_get(m, r.name), r.expect, 1e-6) << r.name;
+    // Nothing but that one field changed: set it back and compare bytes.
+    ASSERT_EQ(mapctl_set(&m, r.name, mapctl_get(before, r.name)), 0);
+    EXPECT_EQ(std::memcmp(&m, &before, sizeof m), 0) << r.name << " touched another field";
+  }
+}
+
+TEST(MapCtl, UnknownNamesAreRefused) {
+  const char* bad[] = {"", "Ch0", "Ch26", "r", "r1x", "x1", "g-1", "gammas", "Ch", nullptr};
+  for (const char* name : bad) {
+    CLRMAPCHAN m = cleared();
+    CLRMAPCHAN before = m;
+    MAPCTL_RANGE range;
+    EXPECT_EQ(mapctl_set(&m, name, 1), -1) << (name ? name : "null");
+    EXPECT_EQ(mapctl_range(name, &range), -1);
+    EXPECT_EQ(mapctl_get(m, name), 0);
+    EXPECT_EQ(std::memcmp(&m, &before, sizeof m), 0);
+  }
+}
+
+// The weights a map holds can be shown: the default maps lie in the ranges.
+TEST(MapCtl, DefaultMapsFitTheControls) {
+  for (int t = error_filetype; t <= FT_IQTEST; t++) {
+    auto ft = FILE_TYPE(t);
+    CLRMAPCHAN m = cleared();
+    if (!set_std_falseclr(ft, &m)) continue;
+    for (int ch = 1; ch <= 25; ch++)
+      for (const char* k : {"r", "g", "b"}) {
+        std::string name = k + std::to_string(ch);
+        MAPCTL_RANGE r;
+        ASSERT_EQ(mapctl_range(name.c_str(), &r), 0);
+        double v = mapctl_get(m, name.c_str());
+        EXPECT_TRUE(v >= r.min && v <= r.max) << name << "=" << v << " type " << ft;
+      }
+    for (const char* name : {"ro", "go", "bo", "gamma"}) {
+      MAPCTL_RANGE r;
+      ASSERT_EQ(mapctl_range(name, &r), 0);
+      double v = mapctl_get(m, name);
+      EXPECT_TRUE(v >= r.min && v <= r.max) << name << "=" << v << " type " << ft;
+    }
+  }
+}
+
+}  // namespace

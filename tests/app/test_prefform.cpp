@@ -1,0 +1,67 @@
+// The generated Preferences form: every item once on a known tab, values as
+// the file writes them, and a field written back unchanged leaves the
+// preferences as they were while an edited one reaches its item.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <set>
+#include <string>
+
+#include "app/core/prefform.h"
+#include "config/prefs.h"
+
+namespace {
+
+TEST(PrefForm, EveryItemOnAKnownTab) {
+  Load_Defaults(&prefs);
+  std::vector<PREF_FIELD> form = pref_form(pref_items);
+  int items = 0;
+  for (const PREFITEMS* it = pref_items; it; it = it->next) items += it->type != 't';
+  ASSERT_EQ(int(form.size()), items);
+  const auto& tabs = pref_tabs();
+  std::set<std::string> used;
+  for (const PREF_FIELD& f : form) {
+    EXPECT_NE(std::find(tabs.begin(), tabs.end(), f.tab), tabs.end()) << f.key;
+    used.insert(f.tab);
+  }
+  // The rules spread the items: every tab has something.
+  EXPECT_EQ(used.size(), tabs.size());
+  // Rows of the rule table: key -> tab.
+  struct Row {
+    const char* key;
+    const char* tab;
+  } rows[] = {
+      {"record.zx", "Recording"},      {"Hrptrec_Save_rec", "Recording"},
+      {"Kepler_File_name", "Files"},   {"uart.speed", "Receiver"},
+      {"Observer_Lat", "Observer"},    {"DiSEqC_Limit", "Tracking"},
+      {"main_window_size", "Display"}, {"Satellite", "Satellites"},
+      {"Metop_File_Base", "Files"},    {"something_new", "General"},
+  };
+  for (const Row& r : rows) EXPECT_EQ(pref_tab_of(r.key), r.tab) << r.key;
+}
+
+TEST(PrefForm, WrittenBackUnchangedAndEdited) {
+  Load_Defaults(&prefs);
+  std::vector<PREF_FIELD> form = pref_form(pref_items);
+  for (const PREF_FIELD& f : form) pref_form_apply(pref_items, f, f.text, f.on);
+  std::vector<PREF_FIELD> again = pref_form(pref_items);
+  ASSERT_EQ(again.size(), form.size());
+  for (size_t i = 0; i < form.size(); i++) {
+    EXPECT_EQ(again[i].text, form[i].text) << form[i].key;
+    EXPECT_EQ(again[i].on, form[i].on) << form[i].key;
+  }
+  for (const PREF_FIELD& f : form) {
+    if (f.key == "Font_size") {
+      EXPECT_EQ(pref_form_apply(pref_items, f, "14", 0), 1);
+      EXPECT_EQ(prefs.font_size, 14);
+    }
+    if (f.key == "Linearize") {
+      ASSERT_TRUE(f.is_switch);
+      EXPECT_EQ(pref_form_apply(pref_items, f, "", !f.on), 1);
+      EXPECT_EQ(prefs.linearize, !f.on);
+    }
+  }
+  Load_Defaults(&prefs);
+}
+
+}  // namespace
