@@ -1,5 +1,7 @@
 #include "gui/mainwnd.h"
 
+#include "display/orbitbind.h"
+
 #include <algorithm>
 #include <cstring>
 #include <string>
@@ -178,6 +180,7 @@ void file_ok_sel(GtkWidget* win, const char* name) {
   close_picfile(pic);
   gtk_image_viewer_clear(canvas(win));
   int r = pava::copy_text(pic->file_name, name) ? open_file(pic, view, win, 0) : 'o';
+  if (!r) bind_picture_orbit(pic);
   if (r) {
     for (const std::string& m : open_file_messages(r, pic))
       Create_Message(win, "Error", "%s", m.c_str());

@@ -11,6 +11,7 @@
 #include "app/ui_ops.h"
 #include "common/text.h"
 #include "config/prefs_file.h"
+#include "display/orbitbind.h"
 #include "formats/openfile.h"
 #include "formats/picinfo.h"
 #include "gui/mainwnd.h"
@@ -78,6 +79,7 @@ int main(int argc, char** argv) {
     prefs.sep_track_wnd = 0;
     gint64 t0 = g_get_monotonic_time();
     int r = open_file(pic, view.get(), nullptr, pic->file_type);
+    if (!r) bind_picture_orbit(pic);
     if (prefs.log)
       log_message("Picture read (%d lines) in %.0f ms", pic_line_count(pic),
                   double(g_get_monotonic_time() - t0) / 1000);
