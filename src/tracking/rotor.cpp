@@ -105,17 +105,17 @@ void load_cmd(char* dst, size_t size, const char* format, int id, float a, float
       out += t[i];
       if (t[i] == '%' && i + 1 < c.start && t[i + 1] == '%') i++;
     }
-    char spec[32];
-    std::snprintf(spec, sizeof spec, "%%%s%s%s%s%c", c.flags.c_str(), c.width.c_str(),
+    char conv_fmt[32];
+    std::snprintf(conv_fmt, sizeof conv_fmt, "%%%s%s%s%s%c", c.flags.c_str(), c.width.c_str(),
                   c.prec.empty() ? "" : ".", c.prec.c_str(), c.letter);
     char num[64];
     double v = vi < nv ? values[vi] : 0.0;
     vi++;
     if (c.letter == 'd') {
       int iv = (&c == &convs[0] && convs.size() >= 3) ? int(v) : int(v + 0.5);
-      std::snprintf(num, sizeof num, spec, iv);
+      std::snprintf(num, sizeof num, conv_fmt, iv);
     } else {
-      std::snprintf(num, sizeof num, spec, v);
+      std::snprintf(num, sizeof num, conv_fmt, v);
     }
     out += num;
     pos = c.end;

@@ -591,8 +591,8 @@ std::string fillin_satpos(const char* tmpl, const DIRECTION* dir, const char* na
     const char* q = p + 1;
     while (*q && std::strchr("-+ #0", *q)) q++;
     while (*q && ((*q >= '0' && *q <= '9') || *q == '.')) q++;
-    std::string spec(p, size_t(q - p));
-    if (spec.size() > 20) spec.resize(20);
+    std::string conv_fmt(p, size_t(q - p));
+    if (conv_fmt.size() > 20) conv_fmt.resize(20);
     char buf[160];
     buf[0] = 0;
     switch (*q) {
@@ -601,17 +601,17 @@ std::string fillin_satpos(const char* tmpl, const DIRECTION* dir, const char* na
       case 'x':
       case 'y': {
         double v = *q == 'e' ? dir->elev : *q == 'a' ? dir->azim : *q == 'x' ? dir->x : dir->y;
-        std::snprintf(buf, sizeof buf, (spec + "f").c_str(), v * kRad2Deg);
+        std::snprintf(buf, sizeof buf, (conv_fmt + "f").c_str(), v * kRad2Deg);
         break;
       }
       case 'n':
-        std::snprintf(buf, sizeof buf, (spec + "s").c_str(), name ? name : "");
+        std::snprintf(buf, sizeof buf, (conv_fmt + "s").c_str(), name ? name : "");
         break;
       case 't':
-        std::snprintf(buf, sizeof buf, (spec + "d").c_str(), value);
+        std::snprintf(buf, sizeof buf, (conv_fmt + "d").c_str(), value);
         break;
       default:  // not a conversion of ours: kept as it is
-        out += spec;
+        out += conv_fmt;
         p = q;
         continue;
     }
