@@ -6,7 +6,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 tools/setup.sh
-tools/build.sh build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DPAVA_TESTS=OFF -DPAVA_BENCH=OFF
+cmake -S . -B build -DPAVA_WERROR=ON -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+cmake --build build -j"$(nproc)" --target pava pava-cli
 sample=data/samples/noaa19_2020-10-26_0726.hrpt
 if [ ! -s "$sample" ]; then
   mkdir -p data/samples
@@ -17,9 +18,7 @@ if [ ! -s "$sample" ]; then
 fi
 if [ -z "${DISPLAY:-}" ]; then
   png=data/samples/noaa19_2020-10-26_0726.png
-  # The overlays need the picture's orbit; without it the picture is drawn alone.
-  build/bin/pava-cli render "$sample" -o "$png" --channel 4 --grid --coast ||
-    echo "Rendered without grid and coast (see the message above)." >&2
+  build/bin/pava-cli render "$sample" -o "$png" --channel 4 --grid --coast
   echo "No display available: the sample pass is rendered to $png (start 'build/bin/pava $sample' on a desktop)." >&2
   exit 0
 fi

@@ -8,11 +8,11 @@ jobs=$(nproc)
 root=$(pwd)
 
 echo "== normal build and tests"
-tools/build.sh build -DCMAKE_BUILD_TYPE=RelWithDebInfo
+tools/build.sh build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DPAVA_TESTS=ON -DPAVA_BENCH=ON -DPAVA_GUI=ON
 (cd build && ctest --no-tests=error --output-on-failure -j"$jobs")
 
 echo "== AddressSanitizer + UBSan build and tests"
-tools/build.sh build-asan -DCMAKE_BUILD_TYPE=Debug -DPAVA_SANITIZE=ON -DPAVA_BENCH=OFF
+tools/build.sh build-asan -DCMAKE_BUILD_TYPE=Debug -DPAVA_SANITIZE=ON -DPAVA_BENCH=OFF -DPAVA_TESTS=ON -DPAVA_GUI=ON
 (cd build-asan && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
    UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
    LSAN_OPTIONS=suppressions="$root/tools/lsan.supp" \

@@ -1,5 +1,7 @@
 #include "display/coast.h"
 
+#include "config/datadir.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -242,14 +244,8 @@ int draw_coast_file(FILE* fp, OVLINFO* ovl, int width, int height) {
 
 FILE* open_coast_file(const char* name, std::string* used) {
   if (!name || !*name) return nullptr;
-  std::string in_data = std::string(PAVA_DATADIR) + "/" + name;
-  FILE* fp = nullptr;
-  if (name[0] != '/') fp = std::fopen(in_data.c_str(), "rb");
-  if (fp) {
-    if (used) *used = in_data;
-    return fp;
-  }
-  fp = std::fopen(name, "rb");
-  if (fp && used) *used = name;
+  std::string path = data_file_path(name);
+  FILE* fp = std::fopen(path.c_str(), "rb");
+  if (fp && used) *used = path;
   return fp;
 }

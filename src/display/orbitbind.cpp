@@ -1,5 +1,7 @@
 #include "display/orbitbind.h"
 
+#include "config/datadir.h"
+
 #include <cmath>
 #include <cstring>
 #include <string>
@@ -41,9 +43,7 @@ bool have_header_elements(const KEPLER& k) {
 
 FILE* open_element_file(const char* name) {
   if (!name || !*name) return nullptr;
-  FILE* fp = nullptr;
-  if (name[0] != '/') fp = std::fopen((std::string(PAVA_DATADIR) + "/" + name).c_str(), "r");
-  return fp ? fp : std::fopen(name, "r");
+  return std::fopen(data_file_path(name).c_str(), "r");
 }
 
 int bind_picture_orbit(PICINFO* pic, const char* tle_file) {
