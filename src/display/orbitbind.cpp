@@ -46,7 +46,7 @@ FILE* open_element_file(const char* name) {
   return std::fopen(data_file_path(name).c_str(), "r");
 }
 
-int bind_picture_orbit(PICINFO* pic, const char* tle_file) {
+int bind_picture_orbit(PICINFO* pic, const char* tle_file, bool positions) {
   ORBIT& o = pic->orbit;
   o.valid = 0;
   o.elements = ORBIT_ELEM_NONE;
@@ -108,6 +108,7 @@ int bind_picture_orbit(PICINFO* pic, const char* tle_file) {
   o.start_tm = first->tm_ms.tm;
   o.start_ms = first->tm_ms.ms;
   o.valid = 1;
+  if (!positions) return 1;
   if (add_subsatpos(pic) < 0) {
     o.valid = 0;
     return 0;

@@ -14,6 +14,8 @@ FILE* open_element_file(const char* name);
 // fills the scan geometry of pic->orbit and computes the positions of every
 // line (overlay tables are rebuilt on next need). tle_file: the element file,
 // null for the preference's. Says which elements are in use in
-// orbit.elements and orbit.elements_text. Returns 1 when bound, 0 when the
+// orbit.elements and orbit.elements_text. positions false leaves the pixel
+// positions to be computed later (for callers that only want to know the
+// elements, such as the file information). Returns 1 when bound, 0 when the
 // picture has no valid time or no elements (orbit.valid 0).
-int bind_picture_orbit(PICINFO* pic, const char* tle_file = nullptr);
+int bind_picture_orbit(PICINFO* pic, const char* tle_file = nullptr, bool positions = true);

@@ -60,7 +60,7 @@ void cmd_info(const std::string& file, const std::string& type) {
   Opened o;
   if (!open_for_cli(o, file, type)) return;
   cli_load_prefs();
-  bind_picture_orbit(o.pic);
+  bind_picture_orbit(o.pic, nullptr, false);  // the elements in use, no pixel positions
   const PICINFO* pic = o.pic;
   json chans = json::array();
   for (int c = 1; c <= 25; c++)
