@@ -28,8 +28,13 @@ int parse_type(const std::string& name) {
   return -1;
 }
 
+// Reed-Solomon correction on reading CCSDS files recorded without it
+// (--reed-solomon, as the view's "Reed Solomon" item).
+bool g_reed_solomon = false;
+
 // Opens file into o; false after reporting the failure.
 bool open_for_cli(Opened& o, const std::string& file, const std::string& type) {
+  o.view->reed_solomon = g_reed_solomon ? 1 : 0;
   int ft = parse_type(type);
   if (ft < 0) {
     cli_fail("unknown file type name " + type);
@@ -189,6 +194,8 @@ void cli_add_formats(CLI::App& app) {
 
   CLI::App* info = app.add_subcommand("info", "open a recording and describe it as JSON");
   info->add_option("FILE", *file, "picture or recording file")->required();
+  info->add_flag("--reed-solomon", g_reed_solomon,
+                 "correct CCSDS frames recorded without correction");
   info->add_option("--type", *type, "file type name (e.g. FT_MHRPT1) instead of detection");
   info->callback([=] { cmd_info(*file, *type); });
 
@@ -198,12 +205,16 @@ void cli_add_formats(CLI::App& app) {
   ln->add_option("--channel", *channel, "channel number (from 1)")->required();
   ln->add_option("--first", *first, "first pixel (from 0)");
   ln->add_option("--count", *count, "number of samples (default: to the end of the line)");
+  ln->add_flag("--reed-solomon", g_reed_solomon,
+               "correct CCSDS frames recorded without correction");
   ln->add_option("--type", *type, "file type name instead of detection");
   ln->callback([=] { cmd_line(*file, *type, *line, *channel, *first, *count); });
 
   CLI::App* hd = app.add_subcommand("header", "decoded frame header of one line as JSON");
   hd->add_option("FILE", *file, "picture or recording file")->required();
   hd->add_option("--line", *line, "line number (from 0)")->required();
+  hd->add_flag("--reed-solomon", g_reed_solomon,
+               "correct CCSDS frames recorded without correction");
   hd->add_option("--type", *type, "file type name instead of detection");
   hd->callback([=] { cmd_header(*file, *type, *line); });
 }
