@@ -145,6 +145,21 @@ TEST(PavaProgram, WithoutDisplay) {
   EXPECT_EQ(vcid.err, "Error: Missing option for -pr_vcid \n");
 }
 
+TEST(PavaProgram, PrintVcidStatisticsThenTheOptionMessage) {
+  // Printing is the whole job of -pr_vcid: the statistics, then the parser's
+  // wrong-option message and status 0.
+  auto r = pava({"-pr_vcid", testutil::shared_path("testdata/ccsds/snpp_7cadus_2vcids.dat")});
+  EXPECT_EQ(r.status, 0);
+  // Seven frames: no identifier came more than ten times in a row.
+  EXPECT_NE(r.out.find("scid=0\n"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("VCID  6:     4 frames"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("VCID 16:     3 frames"), std::string::npos) << r.out;
+  EXPECT_EQ(r.err, "Error: Wrong or incomplete option '-pr_vcid' \n");
+  auto snpp = pava(
+      {"-pr_vcid", testutil::shared_path("testdata/ccsds/snpp_synchronized_cadus_2016-02-10.dat")});
+  EXPECT_NE(snpp.out.find("scid=157\nVCID 16:    65 frames\n"), std::string::npos) << snpp.out;
+}
+
 TEST(PavaProgram, FileErrorsAtStart) {
   testutil::TempDir dir;
   auto unknown =
