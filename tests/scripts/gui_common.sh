@@ -8,6 +8,7 @@
 #   gone_window T  waits (5 s) until no visible window is titled T
 #   shot FILE      screenshot of the main window
 #   has_colour FILE '#RRGGBB'   true when FILE holds pixels of that colour
+#   same A B       true when screenshots A and B are equal pixel for pixel
 #   fail MSG       prints MSG, ends the session with status 1
 # The session runs in $GUI_WORK, which is also its home directory; a second
 # gui_session of the same test reuses it.
@@ -17,6 +18,18 @@
 gui_require() {
   command -v xvfb-run >/dev/null && command -v xdotool >/dev/null && command -v import >/dev/null ||
     exit 77
+}
+
+# Sets pic to the real NOAA 18 recording of the shared test data; a skip (77)
+# when it is missing or pava can't open it.
+gui_sample_recording() {
+  local shared=${PAVA_SHARED_DIR:-$(dirname "${BASH_SOURCE[0]}")/../../../shared}
+  shared=$(cd "$shared" 2>/dev/null && pwd) || exit 77
+  pic=$shared/testdata/hrpt/noaa18_hrpt_2012-01-30_30frames.raw16be
+  [ -f "$pic" ] || { echo "no sample recording"; exit 77; }
+  if DISPLAY= "$BIN/pava" -i "$pic" 2>&1 | grep -q '^ERROR:'; then
+    echo "pava can't open the sample recording yet"; exit 77
+  fi
 }
 
 gui_session() {
@@ -58,6 +71,7 @@ menu() {
   sleep 0.3
 }
 shot() { import -window "$win" "$1"; }
+same() { [ "$(compare -metric AE "$1" "$2" null: 2>&1)" = 0 ]; }
 has_colour() {
   local n
   n=$(convert "$1" -fill black +opaque "$2" -fill white -opaque "$2" -format '%[fx:mean>0]' info:)

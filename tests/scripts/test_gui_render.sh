@@ -8,13 +8,7 @@ BIN=$1
 . "$(dirname "$0")/gui_common.sh"
 gui_require
 command -v xwininfo >/dev/null || exit 77
-shared=${PAVA_SHARED_DIR:-$(dirname "$0")/../../../shared}
-shared=$(cd "$shared" 2>/dev/null && pwd) || exit 77
-pic=$shared/testdata/hrpt/noaa18_hrpt_2012-01-30_30frames.raw16be
-[ -f "$pic" ] || { echo "no sample recording"; exit 77; }
-if DISPLAY= "$BIN/pava" -i "$pic" 2>&1 | grep -q '^ERROR:'; then
-  echo "pava can't open the sample recording yet"; exit 77
-fi
+gui_sample_recording
 BODY=$(cat <<EOS
 pic=$(printf %q "$pic")
 EOS
