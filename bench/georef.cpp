@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "bench_pass.h"
 #include "config/prefs.h"
 #include "display/coast.h"
 #include "display/georef.h"
@@ -34,43 +35,13 @@ const char* kTle =
     "1 33591U 09005A   20300.85690046  .00000008  00000-0  29872-4 0  9998\n"
     "2 33591  99.1965 309.6298 0014858  69.1900 291.0860 14.12436128603681\n";
 
-void make_recording(const std::string& path, int lines) {
-  PICINFO* pic = pic_new();
-  pic->file_type = FT_HRPT;
-  pic->width = 2048;
-  pic->height = lines;
-  std::snprintf(pic->sat_name, sizeof pic->sat_name, "NOAA 19");
-  for (int i = 0; i <= 5; i++) pic->channels_recorded[i] = 1;
-  pic->picture_time.tm_year = 124;
-  pic->fp = std::fopen(path.c_str(), "wb");
-  write_hrpt1_hdr(pic);
-  std::vector<uint16_t> w(11090);
-  uint32_t s = 12345;
-  for (int i = 0; i < lines; i++) {
-    for (auto& v : w) {
-      s = s * 1103515245u + 12345u;
-      v = uint16_t((s >> 16) & 0x3FF);
-    }
-    for (int k = 0; k < 6; k++) w[size_t(k)] = HRPT_SYNC[k];
-    w[6] = (15 << 3) | 0x200;
-    w[8] = 65 << 1;
-    long ms = 36000000L + i * 1000L / 6;
-    w[9] = uint16_t((ms >> 20) & 0x7F), w[10] = uint16_t((ms >> 10) & 0x3FF),
-    w[11] = uint16_t(ms & 0x3FF);
-    write_hrpt1_line(pic, w.data(), 0x10);
-  }
-  std::fclose(pic->fp);
-  pic->fp = nullptr;
-  pic_delete(pic);
-}
-
 void setup() {
   if (!g_file.empty()) return;
   char tmpl[] = "/tmp/pava_bench_georef_XXXXXX";
   g_dir = mkdtemp(tmpl);
   g_file = g_dir + "/pass.hrpt";
   g_tle = g_dir + "/el.txt";
-  make_recording(g_file, 5400);
+  bench_write_hrpt_pass(g_file, 5400, "NOAA 19");
   FILE* f = std::fopen(g_tle.c_str(), "w");
   std::fputs(kTle, f);
   std::fclose(f);
