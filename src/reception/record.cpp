@@ -1,13 +1,16 @@
 // The recording engine.
 #include "reception/record.h"
 
+#include <algorithm>
 #include <cctype>
+#include <chrono>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "app/log.h"
@@ -56,9 +59,7 @@ void drain(const RECORDINFO* rdi) {
   if (!rdi->batch_mode) ui().drain_events();
 }
 
-bool is_ccsds(int t) {
-  return t == METOP || t == FY3 || t == FY3D || t == QNOAA20 || t == QNOAA21;
-}
+bool is_ccsds(int t) { return t == METOP || t == FY3 || t == FY3D || t == QNOAA20 || t == QNOAA21; }
 
 // Family shown while the satellite is not yet identified.
 const char* family_name(int file_type) {
@@ -159,10 +160,29 @@ Replay g_replay;
 }  // namespace
 
 const char* rec_stop_name(int why) {
-  static const char* const kNames[] = {"none",   "stopped", "type changed",  "out of sync",
-                                       "aborted", "device lost", "end of data", "file",
-                                       "frames"};
+  static const char* const kNames[] = {"none",        "stopped", "type changed",
+                                       "out of sync", "aborted", "device lost",
+                                       "end of data", "file",    "frames"};
   return why >= 0 && why <= REC_STOP_FRAMES ? kNames[why] : "?";
+}
+
+double rec_frame_rate(int sat_type) {
+  switch (sat_type) {
+    case HRPT:
+    case CHRPT:
+      return 6.0;  // lines a second
+    case M1HRPT:
+      return 300.0;  // 665.4 kbit/s in 256-byte frames
+    case M2HRPT:
+      return 81.0;
+    case METOP:
+      return 284.0;  // 2.33 Mbit/s of 1024-byte units
+    case FY3:
+    case FY3D:
+      return 342.0;
+    default:
+      return 1830.0;  // NOAA-20/21, Aqua: 15 Mbit/s
+  }
 }
 
 void rec_set_frame_source(int (*src)(uint16_t*, RECORDINFO*)) { g_frame_source = src; }
@@ -537,6 +557,9 @@ int Recordpp_one_Hrpt(const REC_CONTEXT* ctx, RECORDINFO* rdi, PICINFO* pci, VIE
   int live_y = 0;
   int sh_chan = rdi->sh_recchan;
   int stop = REC_STOP_USER;
+  const bool pace = ctx && ctx->pace_replay && rdi->port_type == from_file && !g_frame_source;
+  const auto t0 = std::chrono::steady_clock::now();
+  const double rate = rec_frame_rate(sat_type0);
 
   // 5. The frame loop.
   while (rdi->recording) {
@@ -549,6 +572,15 @@ int Recordpp_one_Hrpt(const REC_CONTEXT* ctx, RECORDINFO* rdi, PICINFO* pci, VIE
     if (rdi->sh_recchan != sh_chan) sh_chan = rdi->sh_recchan;
     drain(rdi);
 
+    // A replay keeps the board's pace; the window stays alive meanwhile.
+    while (pace && rdi->recording) {
+      double due = frames / rate;
+      double now = std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
+      if (now >= due) break;
+      std::this_thread::sleep_for(std::chrono::duration<double>(std::min(due - now, 0.02)));
+      drain(rdi);
+    }
+    if (!rdi->recording) break;
     int status;
     if (g_frame_source) {
       status = g_frame_source(frame.data(), rdi);

@@ -19,14 +19,14 @@ constexpr const char* REC_PANEL = "Record (A)HRPT";
 // Why a pass ended.
 enum REC_STOP {
   REC_STOP_NONE = 0,
-  REC_STOP_USER,        // recording switched off
-  REC_STOP_TYPE,        // satellite type changed
-  REC_STOP_OUTSYNC,     // out-of-sync limit
-  REC_STOP_ABORT,       // abort from the tracker
-  REC_STOP_DEVICE,      // the board went away
-  REC_STOP_END,         // end of the replayed data (stop_at_file_end)
-  REC_STOP_FILE,        // the record file could not be opened
-  REC_STOP_FRAMES       // frame budget of the caller reached
+  REC_STOP_USER,     // recording switched off
+  REC_STOP_TYPE,     // satellite type changed
+  REC_STOP_OUTSYNC,  // out-of-sync limit
+  REC_STOP_ABORT,    // abort from the tracker
+  REC_STOP_DEVICE,   // the board went away
+  REC_STOP_END,      // end of the replayed data (stop_at_file_end)
+  REC_STOP_FILE,     // the record file could not be opened
+  REC_STOP_FRAMES    // frame budget of the caller reached
 };
 const char* rec_stop_name(int why);
 
@@ -41,8 +41,8 @@ struct REC_RESULT {
 
 // What the engine needs from the window it runs in; every member may be null.
 struct REC_CONTEXT {
-  void* data;          // handed back to the callbacks
-  void* main_window;   // non-null: a main window exists
+  void* data;         // handed back to the callbacks
+  void* main_window;  // non-null: a main window exists
   // Live drawing of a finished line (words of the line buffer) at row y.
   void (*show_line)(void* data, const uint16_t* line, int nwords, int y, const PICINFO* pci);
   // Clears the live picture at the start of a pass.
@@ -64,7 +64,11 @@ struct REC_CONTEXT {
   void (*on_pass)(void* data, const REC_RESULT* res);
   int stop_at_file_end;  // end the pass when the replayed file wraps
   int max_frames;        // > 0: end the pass after this many frames
+  int pace_replay;       // replay a file at the type's real frame rate
 };
+
+// Frames a second of a type as the board delivers them (for paced replays).
+double rec_frame_rate(int sat_type);
 
 // Runs passes until recording is switched off (or after one pass when
 // one_record is set). ctx may be null. Returns 0, or -1 when the device

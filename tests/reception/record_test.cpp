@@ -115,12 +115,12 @@ TEST_F(RecordTest, StopThresholdsByType) {
     int stop_after;
     int frames;  // expected frames written
   } rows[] = {
-      {HRPT, FT_HRPT, 3, 3},          // x1
-      {FY3D, FT_FY3, 4, 4},           // FY3D counts like HRPT (x1), not x36
-      {METOP, FT_METOP, 2, 72},       // x36
-      {QNOAA20, FT_QNOAA20, 1, 36},   // x36
-      {CHRPT, FT_CHRPT, 3, 6},        // x2
-      {HRPT, FT_HRPT, 0, 400},        // 0: never, the frame budget ends it
+      {HRPT, FT_HRPT, 3, 3},         // x1
+      {FY3D, FT_FY3, 4, 4},          // FY3D counts like HRPT (x1), not x36
+      {METOP, FT_METOP, 2, 72},      // x36
+      {QNOAA20, FT_QNOAA20, 1, 36},  // x36
+      {CHRPT, FT_CHRPT, 3, 6},       // x2
+      {HRPT, FT_HRPT, 0, 400},       // 0: never, the frame budget ends it
   };
   for (const Row& r : rows) {
     SCOPED_TRACE(r.sat);
@@ -162,10 +162,10 @@ TEST_F(RecordTest, SatelliteIdentification) {
     int frames;
     const char* name;
   } rows[] = {
-      {{13}, 5, "NOAA 18"},   // five equal identifiers
-      {{13}, 4, ""},          // four are not enough
-      {{13, 15}, 40, ""},     // alternating: never
-      {{0}, 20, ""},          // zero is no identifier
+      {{13}, 5, "NOAA 18"},  // five equal identifiers
+      {{13}, 4, ""},         // four are not enough
+      {{13, 15}, 40, ""},    // alternating: never
+      {{0}, 20, ""},         // zero is no identifier
   };
   for (const Row& r : rows) {
     SCOPED_TRACE(r.frames);
@@ -234,15 +234,12 @@ TEST(RecordSpec, Parsing) {
     SAT_TYPE sat;
     std::vector<int> chans;
   } rows[] = {
-      {"hrpt:124", 0, HRPT, {1, 2, 4}},
-      {"124", 0, HRPT, {1, 2, 4}},        // type defaults to HRPT
-      {"c13", 0, CHRPT, {1, 3}},          // 'c' makes it CHRPT
-      {"metop:a", 4, METOP, {}},          // a: all 25
-      {"fy3c:0", 11, FY3, {10}},          // 0 is channel 10
-      {"noaa21:1", 2, QNOAA21, {1}},
-      {"bogus:1", -1, sat_unk, {}},
-      {"hrpt:", -1, sat_unk, {}},
-      {"hrpt:1x", -1, sat_unk, {}},
+      {"hrpt:124", 0, HRPT, {1, 2, 4}}, {"124", 0, HRPT, {1, 2, 4}},  // type defaults to HRPT
+      {"c13", 0, CHRPT, {1, 3}},                                      // 'c' makes it CHRPT
+      {"metop:a", 4, METOP, {}},                                      // a: all 25
+      {"fy3c:0", 11, FY3, {10}},                                      // 0 is channel 10
+      {"noaa21:1", 2, QNOAA21, {1}},    {"bogus:1", -1, sat_unk, {}},
+      {"hrpt:", -1, sat_unk, {}},       {"hrpt:1x", -1, sat_unk, {}},
   };
   for (const Row& r : rows) {
     RECORDINFO rec{};
@@ -257,8 +254,10 @@ TEST(RecordSpec, Parsing) {
     std::vector<int> got;
     for (int k = 1; k <= 25; k++)
       if (rec.channels_recording[k]) got.push_back(k);
-    if (!r.chans.empty()) EXPECT_EQ(got, r.chans) << r.spec;
-    else EXPECT_EQ(got.size(), 25u) << r.spec;
+    if (!r.chans.empty())
+      EXPECT_EQ(got, r.chans) << r.spec;
+    else
+      EXPECT_EQ(got.size(), 25u) << r.spec;
   }
 }
 

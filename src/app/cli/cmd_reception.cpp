@@ -437,7 +437,8 @@ void cli_add_reception(CLI::App& app) {
   rc->add_flag("--no-save", rec_o.no_save, "do not write a record file");
   rc->add_flag("--satname", rec_o.satname, "rename the file after the satellite");
   rc->add_option("--log-rs", rec_o.log_rs, "Reed-Solomon log file");
-  rc->add_option("--abort-after", rec_o.abort_after, "abort the pass after N frames (as the tracker)");
+  rc->add_option("--abort-after", rec_o.abort_after,
+                 "abort the pass after N frames (as the tracker)");
   rc->add_flag("--pace", rec_o.pace, "emulator: stream in real time");
   rc->add_option("--bit-errors", rec_o.bit_errors, "emulator: bit error rate");
   rc->add_option("--sync-loss-from", rec_o.sync_loss_from, "emulator: first frame without sync");
