@@ -146,34 +146,9 @@ const TypeButton* type_by_name(const char* name) {
 
 // After every command: channels, hardware choice and the "RS cor." LED.
 void update_after_command(GtkWidget* p, RECORDINFO* rdi) {
-  for (int k = 1; k <= 25; k++) rdi->channels_recording[k] = 0;
-  bool all = Get_Button(p, "  All ") == 1;
-  auto pressed = [&](int i) { return all || Get_Button(p, kChanButtons[i]) == 1; };
-  switch (rdi->file_type) {
-    case FT_HRPT:
-    case FT_METOP:
-      for (int i = 0; i < 5; i++) rdi->channels_recording[i + 1] = pressed(i);
-      break;
-    case FT_CHRPT:
-      for (int i = 0; i < 5; i++)
-        rdi->channels_recording[2 * i + 1] = rdi->channels_recording[2 * i + 2] = pressed(i);
-      break;
-    case FT_QNOAA20:
-    case FT_QNOAA21:
-    case FT_AQUA:
-      for (int k = 1; k <= 10; k++) rdi->channels_recording[k] = 1;
-      break;
-    case FT_MHRPT1:
-    case FT_MHRPT2:
-      for (int k = 1; k <= 6; k++) rdi->channels_recording[k] = 1;
-      break;
-    case FT_FY3:
-      for (int k = 1; k <= 25; k++) rdi->channels_recording[k] = 1;
-      break;
-    default:
-      break;
-  }
-  rdi->channels_recording[0] = 1;
+  int pressed[5];
+  for (int i = 0; i < 5; i++) pressed[i] = Get_Button(p, kChanButtons[i]) == 1;
+  rec_panel_channels(rdi, pressed, Get_Button(p, "  All ") == 1);
   rdi->sel_hw = rdi->hwsel_type ? rdi->file_type == FT_CHRPT : rdi->gen1_dec0;
   int ft = rdi->file_type;
   bool rs_type = ft == FT_METOP || ft == FT_FY3 || ft == FT_QNOAA20 || ft == FT_QNOAA21;
@@ -289,10 +264,7 @@ void rec_func(GtkWidget* w, gpointer) {
     rdi->force_recstart = 1;
   } else if (name == "Abort") {
     w_dbg("Force stop\n");
-    if (rdi->insync)
-      Set_Entry(p, "!Last rec. ", "%s", "No abort (Still receiving)");
-    else
-      rdi->abort = 1;
+    if (rec_panel_abort(rdi)) Set_Entry(p, "!Last rec. ", "%s", "No abort (Still receiving)");
   } else if (name == "South bound/North bound" || name == "To south" || name == "To north") {
     bool north = name == "To north" || (name == "South bound/North bound" && active);
     rdi->scan_ver = north ? S_N : N_S;
@@ -458,27 +430,19 @@ void Recordpp_Hrpt_Auto(GtkWidget* parent, const char* spec, int sat_type) {
   GtkWidget* p = Find_Window(REC_PANEL);
   if (!p) return;
   Set_Button(p, "Decoder", 1);
-  if (std::strchr(spec, 'c')) sat_type = CHRPT;
+  REC_AUTO_PLAN plan = rec_auto_plan(spec, sat_type);
   for (const TypeButton& t : kTypes)
-    if (t.auto_code == sat_type && t.auto_code != 0) {
+    if (t.auto_code == plan.sat_type && t.auto_code != 0) {
       Set_Button(p, t.name, 1);
       break;
     }
-  for (const char* c = spec; *c; c++) {
-    if (*c >= '0' && *c <= '9') {
-      int d = *c == '0' ? 10 : *c - '0';
-      if (sat_type == CHRPT) d = (d - 1) / 2 + 1;
-      if (d >= 1 && d <= 5) {
-        char name[16];
-        std::snprintf(name, sizeof name, "%s%d  ", "   ", d);
-        Set_Button(p, name, 1);
-      }
-    } else if (*c == 'a') {
-      Set_Button(p, "  All ", 1);
-    } else if (*c == 'g') {
-      Set_Button(p, "Generator", 1);
-    }
+  for (int d = 1; d <= 5; d++) {
+    char name[16];
+    std::snprintf(name, sizeof name, "%s%d  ", "   ", d);
+    if (plan.button[d]) Set_Button(p, name, 1);
   }
+  if (plan.all) Set_Button(p, "  All ", 1);
+  if (plan.generator) Set_Button(p, "Generator", 1);
   Set_Button(p, "Start/Stop", 1);
 }
 

@@ -889,3 +889,57 @@ int Recordpp_Hrpt(const REC_CONTEXT* ctx, RECORDINFO* rdi, PICINFO* pci, VIEWINF
   if (rdi->batch_mode) rec_log(ctx, "End recording.");
   return 0;
 }
+
+int rec_panel_abort(RECORDINFO* rdi) {
+  if (rdi->insync) return 1;
+  rdi->abort = 1;
+  return 0;
+}
+
+void rec_panel_channels(RECORDINFO* rdi, const int pressed[5], int all) {
+  int* ch = rdi->channels_recording;
+  for (int k = 1; k <= 25; k++) ch[k] = 0;
+  auto on = [&](int i) { return all || pressed[i] ? 1 : 0; };
+  switch (rdi->file_type) {
+    case FT_HRPT:
+    case FT_METOP:
+      for (int i = 0; i < 5; i++) ch[i + 1] = on(i);
+      break;
+    case FT_CHRPT:
+      for (int i = 0; i < 5; i++) ch[2 * i + 1] = ch[2 * i + 2] = on(i);
+      break;
+    case FT_QNOAA20:
+    case FT_QNOAA21:
+    case FT_AQUA:
+      for (int k = 1; k <= 10; k++) ch[k] = 1;
+      break;
+    case FT_MHRPT1:
+    case FT_MHRPT2:
+      for (int k = 1; k <= 6; k++) ch[k] = 1;
+      break;
+    case FT_FY3:
+      for (int k = 1; k <= 25; k++) ch[k] = 1;
+      break;
+    default:
+      break;
+  }
+  ch[0] = 1;
+}
+
+REC_AUTO_PLAN rec_auto_plan(const char* spec, int sat_type) {
+  REC_AUTO_PLAN p{};
+  if (!spec) spec = "";
+  p.sat_type = std::strchr(spec, 'c') ? int(CHRPT) : sat_type;
+  for (const char* c = spec; *c; c++) {
+    if (*c >= '0' && *c <= '9') {
+      int d = *c == '0' ? 10 : *c - '0';
+      if (p.sat_type == CHRPT) d = (d - 1) / 2 + 1;
+      if (d >= 1 && d <= 5) p.button[d] = 1;
+    } else if (*c == 'a') {
+      p.all = 1;
+    } else if (*c == 'g') {
+      p.generator = 1;
+    }
+  }
+  return p;
+}

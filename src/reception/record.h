@@ -104,5 +104,25 @@ int mtpframe2line_sim(const uint16_t* frame, uint16_t* line, int n);
 // -1 with a message in err (size bytes) when the text is wrong.
 int rec_apply_spec(RECORDINFO* rdi, const char* spec, char* err, int size);
 
+// ---- Recorder panel logic (the panel's widgets call these) ----
+
+// "Abort": refused while in sync (returns 1, the panel then shows "No abort
+// (Still receiving)"); else sets abort and returns 0.
+int rec_panel_abort(RECORDINFO* rdi);
+
+// Channels to record from the panel's five channel buttons (pressed[0..4])
+// and its "  All " button, by rdi->file_type; channel 0 (frame header) on.
+void rec_panel_channels(RECORDINFO* rdi, const int pressed[5], int all);
+
+// What Recordpp_Hrpt_Auto presses for spec and sat_type: the type (CHRPT when
+// spec holds a 'c'), channel buttons 1..5, "  All ", "Generator".
+struct REC_AUTO_PLAN {
+  int sat_type;
+  int button[6];  // 1..5
+  int all;
+  int generator;
+};
+REC_AUTO_PLAN rec_auto_plan(const char* spec, int sat_type);
+
 // Test seam: a frame source used instead of the board (null restores).
 void rec_set_frame_source(int (*src)(uint16_t* frame, RECORDINFO* rdi));

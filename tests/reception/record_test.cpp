@@ -293,3 +293,68 @@ TEST(RecordHelpers, MtpSimAndAquaDump) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(RecorderPanel, AbortRefusedWhileInSync) {
+  RECORDINFO rec{};
+  rec.insync = 1;
+  EXPECT_EQ(rec_panel_abort(&rec), 1);  // "No abort (Still receiving)"
+  EXPECT_EQ(rec.abort, 0);
+  rec.insync = 0;
+  EXPECT_EQ(rec_panel_abort(&rec), 0);
+  EXPECT_EQ(rec.abort, 1);
+}
+
+TEST(RecorderPanel, AutoPlanAndChannels) {
+  struct Row {
+    const char* spec;
+    int sat_type;
+    int want_type;
+    std::vector<int> buttons;  // pressed channel buttons
+    std::vector<int> chans;    // channels recorded from them
+  } rows[] = {
+      // 'c' makes any type CHRPT; digits 1 and 3 press buttons 1 and 2: pairs 1+2, 3+4.
+      {"c13", METOP, CHRPT, {1, 2}, {1, 2, 3, 4}},
+      {"c13", HRPT, CHRPT, {1, 2}, {1, 2, 3, 4}},
+      // 0 is channel 10: no button for HRPT, button 5 (9+10) for CHRPT.
+      {"0", HRPT, HRPT, {}, {}},
+      {"c0", HRPT, CHRPT, {5}, {9, 10}},
+      {"124", HRPT, HRPT, {1, 2, 4}, {1, 2, 4}},
+      {"6", METOP, METOP, {}, {}},  // beyond the five buttons
+  };
+  for (const Row& r : rows) {
+    SCOPED_TRACE(r.spec);
+    REC_AUTO_PLAN p = rec_auto_plan(r.spec, r.sat_type);
+    EXPECT_EQ(p.sat_type, r.want_type);
+    std::vector<int> b;
+    int pressed[5] = {0};
+    for (int d = 1; d <= 5; d++)
+      if (p.button[d]) b.push_back(d), pressed[d - 1] = 1;
+    EXPECT_EQ(b, r.buttons);
+    RECORDINFO rec{};
+    rec.file_type = r.want_type == CHRPT ? FT_CHRPT : r.want_type == METOP ? FT_METOP : FT_HRPT;
+    rec_panel_channels(&rec, pressed, p.all);
+    std::vector<int> ch;
+    for (int k = 1; k <= 25; k++)
+      if (rec.channels_recording[k]) ch.push_back(k);
+    EXPECT_EQ(ch, r.chans);
+  }
+  // "a" and "g": all channels, the generator.
+  REC_AUTO_PLAN p = rec_auto_plan("ag", HRPT);
+  EXPECT_TRUE(p.all && p.generator);
+  // Types with fixed channel sets ignore the buttons.
+  RECORDINFO rec{};
+  const int none[5] = {0};
+  const struct {
+    FILE_TYPE ft;
+    int last;
+  } fixed[] = {{FT_QNOAA20, 10}, {FT_AQUA, 10}, {FT_MHRPT2, 6}, {FT_FY3, 25}};
+  for (auto f : fixed) {
+    rec.file_type = f.ft;
+    rec_panel_channels(&rec, none, 0);
+    for (int k = 1; k <= 25; k++) EXPECT_EQ(rec.channels_recording[k], k <= f.last) << f.ft;
+  }
+}
+
+}  // namespace
