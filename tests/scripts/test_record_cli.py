@@ -150,7 +150,7 @@ def main():
         # Metop with bit errors: frames after RS equal the source.
         base = metop_frames()
         cases = [("metop", base, "METOP-A", []),
-                 ("metop", base, "METOP-A", ["--bit-errors", "0.0005"]),
+                 ("metop", base, "METOP-A", ["--bit-errors", "0.0005", "--log-rs", "rs.log"]),
                  ("fy3c", [with_scid(f, 51) for f in base], "FY3-C", []),
                  ("fy3d", [with_scid(f, 52) for f in base], "FY3-D", ["--bit-errors", "0.0005"])]
         for i, (typ, frames_src, name, extra) in enumerate(cases):
@@ -176,6 +176,10 @@ def main():
             check(tag + " corrected", (p["corrected"] > 0) == bool(extra) and
                   p["uncorrectable"] == 0, p)
             check(tag + " header", hdr[:4] == ASM and hdr[109] == 1, hdr[:16])
+            if "--log-rs" in extra:
+                log = open(os.path.join(d, "rs.log")).read()
+                check("rs log", log == "Satellite: METOP\nline nr  Corr.    Uncorr. \n" and
+                      "Opened rs.log for RS logging" in err, repr(log))
 
         # Loss of sync longer than the limit ends the pass (HRPT: 3 frames).
         d = os.path.join(top, "sync")
