@@ -327,16 +327,15 @@ void menu_record_hrpt(GtkWidget* item, const char*) {
 }
 
 GtkWidget* rec_live_page() {
+  // The area takes the page's size (a larger picture is cut at its edges);
+  // no scrolled window, so the notebook's keys keep turning the pages.
   GtkWidget* area = gtk_drawing_area_new();
   gtk_widget_set_name(area, "Live image");
-  gtk_widget_set_size_request(area, kLiveW, kLiveH);
   g_signal_connect(area, "expose-event", G_CALLBACK(on_live_expose), nullptr);
-  GtkWidget* sw = gtk_scrolled_window_new(nullptr, nullptr);
-  gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(sw), GTK_POLICY_AUTOMATIC,
-                                 GTK_POLICY_AUTOMATIC);
-  gtk_scrolled_window_add_with_viewport(GTK_SCROLLED_WINDOW(sw), area);
-  gtk_widget_set_name(sw, "Live page");
-  return sw;
+  GtkWidget* page = gtk_vbox_new(FALSE, 0);
+  gtk_widget_set_name(page, "Live page");
+  gtk_box_pack_start(GTK_BOX(page), area, TRUE, TRUE, 0);
+  return page;
 }
 
 void Menu_Recorder(GtkWidget* main_window) {
