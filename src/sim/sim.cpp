@@ -711,12 +711,9 @@ int sim_write(const SIM_PASS& p, const char* path, std::string* err) {
             [&](int i, std::vector<uint16_t>& w) {
               // No lock: the board hands over noise. (Meteor lines get their
               // errors on the bytes, below.)
-              if (p.meteor)
-                ;
-              else if (i >= loss0 && i < loss1)
-                ch.noise(w.data(), long(w.size()), 10);
-              else
-                ch.flip(w.data(), long(w.size()), 10);
+              const bool lost = i >= loss0 && i < loss1;
+              if (lost && !p.meteor) ch.noise(w.data(), long(w.size()), 10);
+              if (!lost && !p.meteor) ch.flip(w.data(), long(w.size()), 10);
               int ok;
               if (p.meteor)
                 ok = write_mhrpt1_line(pic.get(), w.data());
