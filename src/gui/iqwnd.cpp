@@ -129,7 +129,10 @@ void Record_Raw_Commands(GtkWidget* w, gpointer) {
     r->recording = 0;
     return;
   }
-  if (!r->recording) iq_prepare_command(r);
+  if (!r->recording) {
+    iq_prepare_command(r);
+    show_board_mode(w);
+  }
   if (!std::strcmp(name, "^Lines/screen")) {
     r->height = gtk_spin_button_get_value_as_int(GTK_SPIN_BUTTON(w));
   } else if (!std::strcmp(name, "Save")) {
@@ -143,8 +146,6 @@ void Record_Raw_Commands(GtkWidget* w, gpointer) {
   } else if (!std::strcmp(name, " Close ")) {
     gtk_widget_destroy(sgtk_window_of(w));
     return;
-  } else if (!std::strcmp(name, "IQTEST")) {
-    show_board_mode(w);
   } else if (!std::strcmp(name, "^VCO fr")) {
     IQ_RATES& rt = iq_rates();
     int v = vco_step(rt.vco, gtk_spin_button_get_value_as_int(GTK_SPIN_BUTTON(w)));
@@ -218,7 +219,11 @@ void Menu_Rec_IQTest(GtkWidget*, const char*) {
   GtkWidget* wnd = sgtk_window(IQ_WINDOW, content);
   g_signal_connect(Find_Widget(wnd, "Live"), "expose-event", G_CALLBACK(on_expose), nullptr);
   g_signal_connect(wnd, "destroy", G_CALLBACK(on_destroy), nullptr);
+  g_syncing = true;  // states shown, not commands
   Set_Button(wnd, "Show during record", 1);
+  Set_Button(wnd, "Save", rdi()->save_flag);
+  Set_Button(wnd, "Ignore sync", rdi()->ignore_sync);
+  g_syncing = false;
   rdi()->height = kLiveH;
   gtk_widget_show_all(wnd);
   show_rates(wnd);
