@@ -26,6 +26,7 @@
 #include "gui/iqwnd.h"
 #include "gui/lumwnd.h"
 #include "gui/mapwnd.h"
+#include "gui/metopwnd.h"
 #include "gui/prefwnd.h"
 #include "gui/sgtk.h"
 #include "gui/tunewnd.h"
@@ -576,7 +577,7 @@ const SGTK_MENU kMenu[] = {
     {"Channel/Ch10", SGM_RADIO, menu_channel, nullptr},
     {"Help/Prog info", SGM_ITEM, menu_prog_info, nullptr},
     {"Help/Test interface", SGM_ITEM, Menu_Test2, nullptr},
-    {"Help/Test Metop", SGM_ITEM, not_yet, nullptr},
+    {"Help/Test Metop", SGM_ITEM, Menu_MetopTest, nullptr},
     {"Help/Manually tune", SGM_ITEM, Menu_Tuner, nullptr},
 };
 
