@@ -185,24 +185,29 @@ void on_destroy(GtkWidget*, gpointer) {
 
 GtkWidget* regmap_page() {
   GCallback cb = G_CALLBACK(test2_usbcommands);
-  std::vector<GtkWidget*> cols;
-  for (int c = 0; c * kRegRows < hwtest_nregs; c++) {
-    std::vector<GtkWidget*> rows;
-    for (int i = c * kRegRows; i < hwtest_nregs && i < (c + 1) * kRegRows; i++) {
-      char a[8], d[8], text[8];
-      std::snprintf(a, sizeof a, "A_%02x", hwtest_regs[i]);
-      std::snprintf(d, sizeof d, "D_%02x", hwtest_regs[i]);
-      std::snprintf(text, sizeof text, "0x%02x", hwtest_regs[i]);
-      GtkWidget* label = gtk_label_new(text);
-      gtk_widget_set_name(label, a);
-      GtkWidget* value = sgtk_item(sg_entry(d, 6, cb));
-      rows.push_back(sgtk_box(false, {label, value}));
-    }
-    cols.push_back(sgtk_box(true, rows));
+  // Address labels "A_xx" and value entries "D_xx" in columns of kRegRows.
+  const int ncols = (hwtest_nregs + kRegRows - 1) / kRegRows;
+  GtkWidget* table = gtk_table_new(guint(kRegRows), guint(2 * ncols), FALSE);
+  gtk_table_set_col_spacings(GTK_TABLE(table), 4);
+  for (int i = 0; i < hwtest_nregs; i++) {
+    char a[8], d[8], text[8];
+    std::snprintf(a, sizeof a, "A_%02x", hwtest_regs[i]);
+    std::snprintf(d, sizeof d, "D_%02x", hwtest_regs[i]);
+    std::snprintf(text, sizeof text, "0x%02x", hwtest_regs[i]);
+    GtkWidget* label = gtk_label_new(text);
+    gtk_widget_set_name(label, a);
+    GtkWidget* value = gtk_entry_new();
+    gtk_entry_set_width_chars(GTK_ENTRY(value), 6);
+    gtk_widget_set_name(value, d);
+    g_signal_connect(value, "activate", cb, nullptr);
+    const guint col = guint(2 * (i / kRegRows)), row = guint(i % kRegRows);
+    gtk_table_attach(GTK_TABLE(table), label, col, col + 1, row, row + 1, GTK_FILL, GTK_FILL, 0, 0);
+    gtk_table_attach(GTK_TABLE(table), value, col + 1, col + 2, row, row + 1, GTK_FILL, GTK_FILL, 0,
+                     0);
   }
   return sgtk_box(true, {sgtk_row({sg_button("Open USB", cb), sg_button("Close USB", cb),
                                    sg_button("Read ", cb), sg_led("!ocu", 0xF00)}),
-                         sgtk_box(false, cols)});
+                         table});
 }
 
 GtkWidget* i2c_page() {

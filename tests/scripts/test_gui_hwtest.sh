@@ -22,8 +22,9 @@ menu 6 2                      # Help/Test interface
 hw=$(wait_window "Test interface") || fail "no test panel"
 xdotool windowfocus --sync "$hw" 2>/dev/null
 sleep 0.2
-# Tabs, Open USB, Close USB, Read, then the value entries column by column.
-xdotool key Tab Tab Tab Tab Tab Tab Tab Tab Tab Tab Tab Tab Tab Tab Tab Tab Tab Tab Tab Tab Tab
+# Tabs, Open USB, Close USB, Read, then the value entries row by row (two
+# columns: 0x00 0x0e, 0x01 0x0f, ...): 0x14 is the 14th.
+xdotool key Tab Tab Tab Tab Tab Tab Tab Tab Tab Tab Tab Tab Tab Tab Tab Tab Tab
 xdotool type 5a
 xdotool key Return
 sleep 0.5
