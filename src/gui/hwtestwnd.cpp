@@ -313,6 +313,7 @@ void Menu_Test2(GtkWidget*, const char*) {
   for (const char* n : {"!deqcposa", "!deqcposb"}) Set_Entry(wnd, n, "90");
   show_diseqc(wnd, 'a', val2diseqc(90, 0, 0, 0));
   show_diseqc(wnd, 'b', val2diseqc(90, 0, 0, 0));
+  Set_Button(wnd, "FPGA UART", 1);  // the page's own port first
   gtk_widget_show_all(wnd);
   show_led(wnd);
 }
