@@ -20,8 +20,8 @@ box=$(wait_window "Program info") || fail "no Program info box"
 xdotool windowfocus --sync "$box" 2>/dev/null
 xdotool key Return
 gone_window "Program info" || fail "Program info did not close"
-menu 4 2               # Record/IQTest...
-wait_window Info >/dev/null || fail "no Info box for Record/IQTest..."
+menu 4 1               # Record/(A)HRPT...
+wait_window Info >/dev/null || fail "no Info box for Record/(A)HRPT..."
 menu 0 1               # File/Open...
 sel=$(wait_window Open) || fail "no file selector"
 xdotool windowfocus --sync "$sel" 2>/dev/null
