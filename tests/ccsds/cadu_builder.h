@@ -3,9 +3,7 @@
 // first header pointers and Reed-Solomon parity (libfec encoder), optional
 // randomisation and symbol errors, and QPSK record files.
 #pragma once
-#include <cctype>
 #include <cstdint>
-#include <fstream>
 #include <random>
 #include <string>
 #include <vector>
@@ -13,16 +11,6 @@
 namespace cadu_builder {
 
 using Bytes = std::vector<uint8_t>;
-
-// The bytes of a file of hexadecimal lines (test vectors).
-inline Bytes read_hex(const std::string& path) {
-  std::ifstream f(path);
-  Bytes out;
-  for (std::string line; std::getline(f, line);)
-    for (size_t i = 0; i + 1 < line.size() && std::isxdigit(uint8_t(line[i])); i += 2)
-      out.push_back(uint8_t(std::stoi(line.substr(i, 2), nullptr, 16)));
-  return out;
-}
 
 // One AVHRR scan as carried in an APID 103/104 packet.
 struct AvhrrScan {

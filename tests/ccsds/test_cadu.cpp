@@ -11,6 +11,7 @@
 #include "ccsds/cadu.h"
 #include "ccsds/rs.h"
 #include "ccsds/sync.h"
+#include "hex_vectors.h"
 #include "support/testutil.h"
 
 using namespace cadu_builder;

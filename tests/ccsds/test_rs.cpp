@@ -1,4 +1,4 @@
-// Reed-Solomon decoder: tables, agreement with libfec, frame-level behaviour.
+// Reed-Solomon decoder: agreement with libfec, frame-level behaviour.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -9,12 +9,10 @@
 #include <string>
 #include <vector>
 
-#include "cadu_builder.h"
 #include "ccsds/rs.h"
 #include "fec_oracle.h"
+#include "hex_vectors.h"
 #include "support/testutil.h"
-
-using cadu_builder::read_hex;
 
 namespace {
 
