@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <memory>
 #include <random>
 #include <vector>
 
@@ -47,6 +48,21 @@ struct Straddle {
   }
 };
 
+// A FY-3 file opened for the record readers; closed and freed on destruction.
+struct Opened {
+  PICINFO* pic = pic_new();
+  std::unique_ptr<VIEWINFO> view = std::make_unique<VIEWINFO>();
+  explicit Opened(const std::string& path) {
+    pic->fp = std::fopen(path.c_str(), "rb");
+    pic->file_type = FT_FY3;
+  }
+  ~Opened() {
+    if (pic->fp) std::fclose(pic->fp);
+    pic->fp = nullptr;
+    pic_delete(pic);
+  }
+};
+
 }  // namespace
 
 TEST(Fy3Sync, PatternStraddlingTwoFramesIsFoundInTheSecond) {
@@ -62,12 +78,11 @@ TEST(Fy3Sync, PatternStraddlingTwoFramesIsFoundInTheSecond) {
     }
   }
   ASSERT_GE(found.size(), 2u);
-  EXPECT_EQ(found[0], 0);
-  EXPECT_EQ(found[1], 30);
+  EXPECT_TRUE(found[0] == 0 && found[1] == 30);
   // The line completed at the straddling sync is line 0, correctly aligned.
   EXPECT_EQ(std::vector<uint16_t>(got[1].begin() + 1600, got[1].end()), s.lines[0]);
-  const uint16_t sync[6] = {644, 367, 860, 413, 527, 149};
-  for (int i = 0; i < 6; i++) EXPECT_EQ(got[1][i], sync[i]);
+  EXPECT_EQ(std::vector<uint16_t>(got[1].begin(), got[1].begin() + 6),
+            (std::vector<uint16_t>{644, 367, 860, 413, 527, 149}));
 
   // The offset points 16 bits before the zone: 14 bits of the pattern are in
   // unit 30, 10 were in unit 29.
@@ -148,27 +163,21 @@ TEST(Fy3Files, VirrLinesAndMersiDump) {
   Straddle s;
   std::string path = dir.file("fy3.dat");
   testutil::write_file(path, std::string(s.fw.out.begin(), s.fw.out.end()));
-  PICINFO* pic = pic_new();
-  VIEWINFO* view = new VIEWINFO();
-  pic->fp = std::fopen(path.c_str(), "rb");
-  pic->file_type = FT_FY3;
-  ASSERT_EQ(read_qpsk_hdr(pic, view), 0);
+  Opened o(path);
+  PICINFO* pic = o.pic;
+  ASSERT_EQ(read_qpsk_hdr(pic, o.view.get()), 0);
   EXPECT_STREQ(pic->sat_name, "FY3-B");
-  EXPECT_EQ(pic->nr_chan, 10);
-  EXPECT_EQ(pic->fri.header_len, 1600);
-  EXPECT_EQ(pic->fri.bytes_per_line, 25600);
-  EXPECT_EQ(pic->fri.inter_chan, 10);
+  EXPECT_EQ(std::vector<int>(
+                {pic->nr_chan, pic->fri.header_len, pic->fri.bytes_per_line, pic->fri.inter_chan}),
+            std::vector<int>({10, 1600, 25600, 10}));
   EXPECT_FLOAT_EQ(pic->max_sens_angle, 55.4f);
-  XLINE* head = read_qpsk_all(pic, view);
-  pic_set_lines(pic, head);
+  pic_set_lines(pic, read_qpsk_all(pic, o.view.get()));
   ASSERT_GE(pic->height, 2);
   XLINE* l1 = pic_line(pic, 1);
   ASSERT_NE(l1, nullptr);
   EXPECT_EQ(l1->nrchan, 10);
   for (int i = 0; i < 2048; i += 97)
     for (int c = 0; c < 10; c++) EXPECT_EQ(l1->line[c][i], s.lines[0][10 * i + c]);
-  std::fclose(pic->fp);
-  pic->fp = nullptr;
 
   // FY-3D: MERSI stream on VCID 3 with five packets (enough units to
   // identify the spacecraft).
@@ -186,24 +195,16 @@ TEST(Fy3Files, VirrLinesAndMersiDump) {
   char old[512];
   ASSERT_NE(getcwd(old, sizeof old), nullptr);
   ASSERT_EQ(chdir(dir.path().c_str()), 0);
-  PICINFO* pic2 = pic_new();
-  pic2->fp = std::fopen(p3d.c_str(), "rb");
-  pic2->file_type = FT_FY3;
-  ASSERT_EQ(read_qpsk_hdr(pic2, view), 0);
-  EXPECT_STREQ(pic2->sat_name, "FY3-D");
-  EXPECT_EQ(pic2->nr_chan, 25);
-  XLINE* h2 = read_qpsk_all(pic2, view);
-  EXPECT_EQ(h2, nullptr);
-  EXPECT_EQ(pic2->height, 0);
+  Opened o2(p3d);
+  ASSERT_EQ(read_qpsk_hdr(o2.pic, o2.view.get()), 0);
+  EXPECT_STREQ(o2.pic->sat_name, "FY3-D");
+  EXPECT_EQ(o2.pic->nr_chan, 25);
+  EXPECT_EQ(read_qpsk_all(o2.pic, o2.view.get()), nullptr);
+  EXPECT_EQ(o2.pic->height, 0);
   std::string dumped = testutil::read_file(dir.file("mersitest.bin"));
   ASSERT_EQ(chdir(old), 0);
   EXPECT_EQ(dumped.size(), 4u * 3000);  // the packets between syncs
   // Bits from (shift + 3) mod 8 = 3 of the sync's first byte: 0x7F << 3 | 0xF8 >> 5.
   ASSERT_FALSE(dumped.empty());
   EXPECT_EQ(uint8_t(dumped[0]), uint8_t((0x7F << 3) | (0xF8 >> 5)));
-  std::fclose(pic2->fp);
-  pic2->fp = nullptr;
-  pic_delete(pic2);
-  pic_delete(pic);
-  delete view;
 }

@@ -14,14 +14,11 @@
 
 namespace {
 
-struct FileCloser {
-  void operator()(FILE* f) const {
-    if (f) std::fclose(f);
-  }
-};
-using FilePtr = std::unique_ptr<FILE, FileCloser>;
+using FilePtr = std::unique_ptr<FILE, int (*)(FILE*)>;
 
-FilePtr open_rb(const std::string& path) { return FilePtr(std::fopen(path.c_str(), "rb")); }
+FilePtr open_rb(const std::string& path) {
+  return FilePtr(std::fopen(path.c_str(), "rb"), std::fclose);
+}
 
 // One polygon record in the 40-byte layout (bounds in degrees, area in km^2).
 std::string polygon(int id, int level, double west, double east, double south, double north,
@@ -59,14 +56,9 @@ TEST(CoastRead, RealFormat1File) {
   while ((r = read_polygon(f.get(), &h, -180, 180, -90, 90, 0, -1)) != GSHHS_EOF) {
     ASSERT_EQ(r, GSHHS_ACCEPTED) << "polygon " << n;
     if (n == 0) {
-      EXPECT_EQ(h.id, 0);
-      EXPECT_EQ(h.n, 1240);
-      EXPECT_EQ(h.level, 1);
-      EXPECT_EQ(h.west, -17533778);
-      EXPECT_EQ(h.east, 190326000);
+      EXPECT_EQ(std::vector<int>({h.id, h.n, h.level, h.west, h.east, h.greenwich, h.source}),
+                std::vector<int>({0, 1240, 1, -17533778, 190326000, 1, 1}));
       EXPECT_NEAR(h.east_deg, 190.326 - 360, 1e-9);  // east above 180 wraps
-      EXPECT_EQ(h.greenwich, 1);
-      EXPECT_EQ(h.source, 1);
     }
     std::vector<DBLFLOAT> pts;
     ASSERT_EQ(read_polygon_points(f.get(), h, &pts), 1);
@@ -76,9 +68,7 @@ TEST(CoastRead, RealFormat1File) {
     accepted++;
   }
   EXPECT_EQ(n, 1866);
-  EXPECT_EQ(levels[1], 801);
-  EXPECT_EQ(levels[2], 1038);
-  EXPECT_EQ(levels[3], 27);
+  EXPECT_EQ(levels, (std::map<int, int>{{1, 801}, {2, 1038}, {3, 27}}));
 
   // The shipped files read whole too (crude: 1761 polygons).
   FilePtr c = open_rb(testutil::source_path("data/gshhs_c.b"));
@@ -190,7 +180,7 @@ TEST(CoastDraw, SegmentsIntoMask) {
 // The coast file is looked up in the data directory first, then as given.
 TEST(CoastDraw, FileLookup) {
   std::string used;
-  FilePtr f(open_coast_file(testutil::source_path("data/gshhs_c.b").c_str(), &used));
+  FilePtr f(open_coast_file(testutil::source_path("data/gshhs_c.b").c_str(), &used), std::fclose);
   ASSERT_TRUE(f);
   EXPECT_EQ(used, testutil::source_path("data/gshhs_c.b"));
   EXPECT_EQ(open_coast_file("no_such_coast_file.b", &used), nullptr);
@@ -199,20 +189,8 @@ TEST(CoastDraw, FileLookup) {
 
 // Grid steps: a view spanning 12 degrees gets 1, 20 gets 2, 24 or more 5.
 TEST(Grid, Steps) {
-  struct Row {
-    double span;
-    int step;
-  };
-  const Row rows[] = {
-      {0.5, 1},   // tiny view: at least 1
-      {12, 1},    // 12/8 = 1
-      {15.9, 1},  // still 1
-      {16, 2},    // 16/8 = 2
-      {20, 2},    // 20/8 = 2
-      {23.9, 2},  // 2
-      {24, 5},    // 24/8 = 3: above 2 becomes 5
-      {-30, 5},   // the span's size counts
-      {360, 5},   // a pass over the pole
-  };
-  for (const Row& r : rows) EXPECT_EQ(grid_step(r.span), r.step) << r.span;
+  // span/8, at least 1, above 2 becomes 5; the span's size counts.
+  const std::pair<double, int> rows[] = {{0.5, 1},  {12, 1}, {15.9, 1}, {16, 2},
+                                         {23.9, 2}, {24, 5}, {-30, 5}};
+  for (auto [span, step] : rows) EXPECT_EQ(grid_step(span), step) << span;
 }

@@ -27,6 +27,10 @@ int lum_lin(int v, int lo, int hi, int n = 256) {
 const uint8_t* px(const RGBIMAGE& im, int x, int y) {
   return &im.rgb[size_t(y * im.width + x) * 3];
 }
+std::vector<int> rgb(const RGBIMAGE& im, int x, int y) {
+  const uint8_t* p = px(im, x, y);
+  return {p[0], p[1], p[2]};
+}
 
 std::vector<std::string> g_msgs;
 void rec_msg(const char* t, const char* m) { g_msgs.push_back(std::string(t) + "|" + m); }
@@ -49,10 +53,7 @@ TEST(DrawPic, GreySingleChannel) {
   for (int y = 0; y < 32; y++)
     for (int x = 0; x < 63; x++) {
       int e = lum_lin((x * 16 + y) % 1024, 100, 900);
-      const uint8_t* p = px(im, x, y);
-      ASSERT_EQ(p[0], e) << x << "," << y;
-      ASSERT_EQ(p[1], e);
-      ASSERT_EQ(p[2], e);
+      ASSERT_EQ(rgb(im, x, y), std::vector<int>(3, e)) << x << "," << y;
     }
   for (int y = 0; y < 32; y++) EXPECT_EQ(px(im, 63, y)[0], 0);  // the edge rule's column
   long total = std::accumulate(std::begin(v->lumstat), std::end(v->lumstat), 0L);
@@ -91,10 +92,9 @@ TEST(DrawPic, FalseColour) {
     for (int x = 0; x < 15; x++) {
       int rg = std::min(1023, int(1.1 * (60 * x)));  // 1.1 is not exact in float: trunc agrees here
       int b = 20 * x + y;
-      const uint8_t* p = px(im, x, y);
-      ASSERT_EQ(p[0], lum_lin(rg, 0, 1023)) << x;
-      ASSERT_EQ(p[1], lum_lin(rg, 0, 1023));
-      ASSERT_EQ(p[2], lum_lin(b, 0, 1023));
+      ASSERT_EQ(rgb(im, x, y),
+                (std::vector<int>{lum_lin(rg, 0, 1023), lum_lin(rg, 0, 1023), lum_lin(b, 0, 1023)}))
+          << x;
     }
   // Histogram of (R+G+B)/3.
   int r7 = std::min(1023, int(1.1 * 420)), b7 = 20 * 7 + 2;
@@ -109,9 +109,8 @@ TEST(DrawPic, FalseColour) {
   int R = std::clamp(int(0.5 * int(int(-40 + 1.8 * c2) + 0.5 * c3)), 0, 1023);
   int G = std::clamp(int(0.5 * int(int(int(0.2 * c1) + 0.8 * c2) + 0.9 * c3)), 0, 1023);
   int B = std::clamp(int(0.5 * int(2.0 * c1)), 0, 1023);
-  EXPECT_EQ(px(im, x, y)[0], lum_lin(R, 0, 1023));
-  EXPECT_EQ(px(im, x, y)[1], lum_lin(G, 0, 1023));
-  EXPECT_EQ(px(im, x, y)[2], lum_lin(B, 0, 1023));
+  EXPECT_EQ(rgb(im, x, y),
+            (std::vector<int>{lum_lin(R, 0, 1023), lum_lin(G, 0, 1023), lum_lin(B, 0, 1023)}));
   EXPECT_EQ(pixel_value(pic.get(), v.get(), x, y), (R + G + B) / 3);
 }
 
@@ -210,42 +209,25 @@ TEST(DrawPic, GridCoastAndThreads) {
   RGBIMAGE a;
   ASSERT_EQ(draw_pic(pic.get(), v.get(), 400, 300, &a, &o), DRAW_OK);
   std::vector<long> hist(v->lumstat, v->lumstat + 4096);
-  if (const char* dump = std::getenv("PAVA_DUMP_DIR")) {  // for looking at it
-    std::string ppm = "P6\n400 300\n255\n";
-    ppm.append(a.rgb.begin(), a.rgb.end());
-    testutil::write_file(std::string(dump) + "/grid_coast.ppm", ppm);
-  }
   // Span 20 degrees of longitude and 15 of latitude: steps 2 and 1.
+  const std::vector<int> red{255, 0, 0}, green{0, 255, 0};
   int grid_px = 0, coast_px = 0;
-  for (size_t i = 0; i < a.rgb.size(); i += 3) {
-    if (a.rgb[i] == 255 && a.rgb[i + 1] == 0 && a.rgb[i + 2] == 0) grid_px++;
-    if (a.rgb[i] == 0 && a.rgb[i + 1] == 255 && a.rgb[i + 2] == 0) coast_px++;
-  }
+  for (int y = 0; y < 300; y++)
+    for (int x = 0; x < 400; x++) grid_px += rgb(a, x, y) == red, coast_px += rgb(a, x, y) == green;
   EXPECT_GT(coast_px, 300);  // Norway, Denmark, Britain, the Netherlands...
+  EXPECT_GT(grid_px, 1000);
   // Meridian 0 at x = 100 (lon -5 + 0.05 x): a grid column there; 1 E (odd,
-  // step 2) has none at x = 120.
-  int col100 = 0, col120 = 0;
+  // step 2) has none at x = 120. Latitude step 1: a row near 55 N (y = 100).
+  int col100 = 0, col120 = 0, row = 0;
   for (int y = 1; y < 299; y++) {
-    const uint8_t* p = px(a, 100, y);
-    const uint8_t* q = px(a, 99, y);
-    col100 += (p[0] == 255 && p[1] == 0) || (q[0] == 255 && q[1] == 0);
-    const uint8_t* r = px(a, 120, y);
-    col120 += (r[0] == 255 && r[1] == 0 && r[2] == 0);
+    col100 += rgb(a, 100, y) == red || rgb(a, 99, y) == red;
+    col120 += rgb(a, 120, y) == red;
   }
+  for (int x = 1; x < 399; x++)
+    row += rgb(a, x, 99) == red || rgb(a, x, 100) == red || rgb(a, x, 101) == red;
   EXPECT_GT(col100, 200);
   EXPECT_LT(col120, 40);  // only where latitude lines or coast cross
-  // Latitude step 1: a row near 55 N (y = 100).
-  int row = 0;
-  for (int x = 1; x < 399; x++)
-    for (int y = 99; y <= 101; y++) {
-      const uint8_t* p = px(a, x, y);
-      if (p[0] == 255 && p[1] == 0 && p[2] == 0) {
-        row++;
-        break;
-      }
-    }
   EXPECT_GT(row, 300);
-  EXPECT_GT(grid_px, 1000);
 
   // Lines beyond the overlay tables (a recording going on): drawn without
   // overlay, no access past the tables.
@@ -339,11 +321,9 @@ TEST(Render, Options) {
   RGBIMAGE im;
   RENDEROPTS o;
   ASSERT_EQ(render_picture(pic.get(), o, &v, &im), DRAW_OK);
-  EXPECT_EQ(im.width, 100);
-  EXPECT_EQ(im.height, 20);
+  EXPECT_TRUE(im.width == 100 && im.height == 20);
   // Drawn columns 0..98 hold 200..298: the window becomes 200..298.
-  EXPECT_EQ(v.lum_min, 200);
-  EXPECT_EQ(v.lum_max, 298);
+  EXPECT_TRUE(v.lum_min == 200 && v.lum_max == 298) << v.lum_min << " " << v.lum_max;
   for (int x = 0; x < 99; x += 7) EXPECT_EQ(px(im, x, 3)[0], lum_lin(200 + x, 200, 298)) << x;
 
   // Fixed window, channel 2, north up: the last line (a south-to-north pass)

@@ -404,42 +404,34 @@ TEST(ImageReaders, SavedFilesOpenAgainWithTheirPixels) {
   TempDir d;
   Image im = photo(33, 21, 255, 9);  // odd width
   // Rows: the file written by the writers; the expected type and channels.
-  std::string pgm = d.file("a.pgm"), ppm = d.file("a.ppm"), ras = d.file("a.ras"),
-              gif = d.file("a.gif");
-  FILE* fp = std::fopen(pgm.c_str(), "wb");
-  ppm_write_header(fp, FT_PGM, im.w, im.h, 255);
-  for (int y = 0; y < im.h; y++)
-    ppm_write_line(fp, FT_PGM, 8, im.w, &im.r[size_t(y * im.w)], nullptr, nullptr);
-  std::fclose(fp);
-  fp = std::fopen(ppm.c_str(), "wb");
-  ppm_write_header(fp, FT_PPM, im.w, im.h, 255);
-  for (int y = 0; y < im.h; y++)
-    ppm_write_line(fp, FT_PPM, 8, im.w, &im.r[size_t(y * im.w)], &im.g[size_t(y * im.w)],
-                   &im.b[size_t(y * im.w)]);
-  std::fclose(fp);
-  fp = std::fopen(ras.c_str(), "wb");
-  sun_write_header(fp, im.w, im.h, grey_map(256));
-  for (int y = 0; y < im.h; y++) sun_write_line(fp, im.w, &im.r[size_t(y * im.w)]);
-  std::fclose(fp);
-  fp = std::fopen(gif.c_str(), "wb");
-  dec_param gp;
-  gif_write_header(&gp, fp, im.w, im.h, 8, grey_map(256));
-  for (int y = 0; y < im.h; y++) gif_write_line(&gp, &im.r[size_t(y * im.w)]);
-  gif_write_finish(&gp);
-  std::fclose(fp);
   struct Row {
     std::string file;
     FILE_TYPE type;
     int nch;
-  } rows[] = {{pgm, FT_PGM, 1}, {ppm, FT_PPM, 3}, {ras, FT_SUN, 1}, {gif, FT_GIF, 1}};
+  } rows[] = {{d.file("a.pgm"), FT_PGM, 1},
+              {d.file("a.ppm"), FT_PPM, 3},
+              {d.file("a.ras"), FT_SUN, 1},
+              {d.file("a.gif"), FT_GIF, 1}};
   for (const Row& row : rows) {
+    FILE* fp = std::fopen(row.file.c_str(), "wb");
+    dec_param gp;
+    if (row.type == FT_PGM || row.type == FT_PPM) ppm_write_header(fp, row.type, im.w, im.h, 255);
+    if (row.type == FT_SUN) sun_write_header(fp, im.w, im.h, grey_map(256));
+    if (row.type == FT_GIF) gif_write_header(&gp, fp, im.w, im.h, 8, grey_map(256));
+    for (int y = 0; y < im.h; y++) {
+      const size_t i = size_t(y * im.w);
+      if (row.type == FT_PGM || row.type == FT_PPM)
+        ppm_write_line(fp, row.type, 8, im.w, &im.r[i], &im.g[i], &im.b[i]);
+      if (row.type == FT_SUN) sun_write_line(fp, im.w, &im.r[i]);
+      if (row.type == FT_GIF) gif_write_line(&gp, &im.r[i]);
+    }
+    if (row.type == FT_GIF) gif_write_finish(&gp);
+    std::fclose(fp);
     EXPECT_EQ(detect_file(row.file.c_str()), row.type) << row.file;
     Opened o;
     ASSERT_EQ(o.open(row.file), 0) << row.file;
-    EXPECT_EQ(o.pic->width, im.w);
-    EXPECT_EQ(o.pic->height, im.h);
-    EXPECT_EQ(o.pic->depth, 8);
-    EXPECT_EQ(o.pic->nr_chan, row.nch);
+    EXPECT_EQ(std::vector<int>({o.pic->width, o.pic->height, o.pic->depth, o.pic->nr_chan}),
+              std::vector<int>({im.w, im.h, 8, row.nch}));
     for (int y = 0; y < im.h; y++) {
       const XLINE* l = pic_line(o.pic, y);
       ASSERT_TRUE(l);
@@ -461,10 +453,9 @@ TEST(ImageReaders, PgmCommentsSixteenBitAndInterlacedGif) {
   testutil::write_file(d.file("c.pgm"), s);
   Opened o;
   ASSERT_EQ(o.open(d.file("c.pgm")), 0);
-  EXPECT_EQ(o.pic->depth, 10);
-  EXPECT_EQ(o.view->lum_max, 1023);
-  EXPECT_EQ(pic_line(o.pic, 0)->line[0][0], 1023);
-  EXPECT_EQ(pic_line(o.pic, 1)->line[0][1], 0x123);
+  EXPECT_EQ(std::vector<int>({o.pic->depth, o.view->lum_max, pic_line(o.pic, 0)->line[0][0],
+                              pic_line(o.pic, 1)->line[0][1]}),
+            std::vector<int>({10, 1023, 1023, 0x123}));
   if (!have_tool("convert")) GTEST_SKIP() << "imagemagick missing";
   // An interlaced GIF made by ImageMagick from a PGM of known rows.
   std::string g = "P5\n7 19\n255\n";

@@ -24,3 +24,28 @@ struct OpenedPic {
   XLINE* line(int n) const { return pic_line(pic, n); }
   int lines() const { return pic_line_count(pic); }
 };
+
+// A picture of the given type whose file is open for reading, for the header
+// readers; closed and freed on destruction.
+struct RawPic {
+  PICINFO* pic = pic_new();
+  RawPic(const std::string& path, int type) {
+    pic->file_type = FILE_TYPE(type);
+    pic->fp = std::fopen(path.c_str(), "rb");
+  }
+  RawPic(const RawPic&) = delete;
+  RawPic& operator=(const RawPic&) = delete;
+  ~RawPic() {
+    if (pic->fp) std::fclose(pic->fp);
+    pic->fp = nullptr;
+    pic_delete(pic);
+  }
+};
+
+// "YYYY-MM-DD hh:mm:ss.mmm" of a line time, for comparing in one assertion.
+inline std::string stamp(const tm_ms& t) {
+  char b[40];
+  std::snprintf(b, sizeof b, "%04d-%02d-%02d %02d:%02d:%02d.%03d", t.tm.tm_year + 1900,
+                t.tm.tm_mon + 1, t.tm.tm_mday, t.tm.tm_hour, t.tm.tm_min, t.tm.tm_sec, t.ms);
+  return b;
+}

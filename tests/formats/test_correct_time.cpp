@@ -32,6 +32,7 @@ struct Lines {
     return v[size_t(i)]->tm_ms.tm.tm_min * 60 + v[size_t(i)]->tm_ms.tm.tm_sec;
   }
   int ms(int i) const { return v[size_t(i)]->tm_ms.ms; }
+  std::pair<int, int> at(int i) const { return {sec(i), ms(i)}; }
 };
 
 std::vector<std::pair<int, int>> clean(int n, int garbage_at = -1, int garbage_sec = 0) {
@@ -45,10 +46,8 @@ TEST(CorrectTime, CleanRunIsTrusted) {
   Lines l(clean(12));
   EXPECT_EQ(correct_time(l.head, 6), 12);
   // valid counts the run ending at each line.
-  EXPECT_EQ(l.v[11]->tm_ms.valid, 12);
-  EXPECT_EQ(l.v[5]->tm_ms.valid, 6);
-  EXPECT_EQ(l.sec(11), 11);
-  EXPECT_EQ(l.ms(11), 830);
+  EXPECT_TRUE(l.v[11]->tm_ms.valid == 12 && l.v[5]->tm_ms.valid == 6);
+  EXPECT_EQ(l.at(11), std::make_pair(11, 830));
 }
 
 TEST(CorrectTime, ShortRunIsNotTrusted) {
@@ -65,16 +64,13 @@ TEST(CorrectTime, CorruptLineTakesAnchorTimePlusDistance) {
   int longest = correct_time(l.head, 6);
   EXPECT_EQ(longest, 8);
   // Line 8: anchor line 7 (11 s, 166 ms) + 1 line = 332 ms.
-  EXPECT_EQ(l.sec(8), 11);
-  EXPECT_EQ(l.ms(8), 332);
+  EXPECT_EQ(l.at(8), std::make_pair(11, 332));
   // Line 9 follows the broken line: its step is implausible too (valid 0 < 4),
   // and the lines after it build a new run from 0; both take anchor times.
-  EXPECT_EQ(l.sec(9), 11);
-  EXPECT_EQ(l.ms(9), 498);
+  EXPECT_EQ(l.at(9), std::make_pair(11, 498));
   // Lines with run length >= 4 are anchors and keep their own times.
   EXPECT_EQ(l.v[13]->tm_ms.valid, 4);
-  EXPECT_EQ(l.sec(13), 12);
-  EXPECT_EQ(l.ms(13), 166);
+  EXPECT_EQ(l.at(13), std::make_pair(12, 166));
 }
 
 TEST(CorrectTime, MillisecondsCarryIntoSeconds) {
@@ -83,10 +79,8 @@ TEST(CorrectTime, MillisecondsCarryIntoSeconds) {
                                         {10, 830}, {0, 0},    {0, 0}};
   Lines l(t);
   correct_time(l.head, 6);
-  EXPECT_EQ(l.sec(5), 10);
-  EXPECT_EQ(l.ms(5), 996);
-  EXPECT_EQ(l.sec(6), 11);
-  EXPECT_EQ(l.ms(6), 162);
+  EXPECT_EQ(l.at(5), std::make_pair(10, 996));
+  EXPECT_EQ(l.at(6), std::make_pair(11, 162));
 }
 
 TEST(CorrectTime, LinesBeforeFirstAnchorCountBackInWholeSeconds) {
@@ -97,8 +91,7 @@ TEST(CorrectTime, LinesBeforeFirstAnchorCountBackInWholeSeconds) {
   // Lines 0-4 take line 5's record (10 s, 830 ms) minus k/6 seconds: all in
   // the same second, milliseconds not adjusted.
   for (int i = 0; i < 5; i++) {
-    EXPECT_EQ(l.sec(i), 10) << i;
-    EXPECT_EQ(l.ms(i), 830) << i;
+    EXPECT_EQ(l.at(i), std::make_pair(10, 830)) << i;
   }
   // Six lines back cross a second: seconds 0, 1000, ... 6000 are all
   // implausible steps, the run of 20 s lines makes line 11 the first anchor.
@@ -125,8 +118,7 @@ TEST(CorrectTime, LinesPerSecondZeroMeansSix) {
 
 TEST(CorrectTime, EmptyListAndSingleLine) {
   EXPECT_EQ(correct_time(nullptr, 6), 0);
-  Lines one(clean(1));
-  EXPECT_EQ(correct_time(one.head, 6), 0);
+  EXPECT_EQ(correct_time(Lines(clean(1)).head, 6), 0);
 }
 
 }  // namespace

@@ -54,29 +54,6 @@ TEST(HrptFile, RecordSizeAndHeaderLayout) {
   EXPECT_EQ(b.substr(16000 + 13872, 5), "FRAME");
 }
 
-TEST(HrptFile, ChrptAndSeastarLayouts) {
-  testutil::TempDir dir;
-  std::string p = dir.file("c.chrpt");
-  write_hrpt_file(p, FT_CHRPT, 256, 2, 12);
-  std::string b = bytes_of(p);
-  EXPECT_EQ(b.substr(0, 4), "CHRP");
-  EXPECT_EQ(pava::get_le16(u8(b, 104)), 0);     // hdrlen 0 for CHRPT
-  EXPECT_EQ(pava::get_le16(u8(b, 155)), 1023);  // dmax[0]
-  for (int s = 0; s <= 10; s++) EXPECT_EQ(b[size_t(301 + s)], 1) << s;
-  EXPECT_EQ(pava::get_le16(u8(b, 312)), 2048);
-  EXPECT_FLOAT_EQ(pava::get_lef(u8(b, 314)), 55.4f);
-  EXPECT_EQ(b.substr(15992, 8), "END_HDR_");
-  // 1600 + 100 + 10 x 256 = 4260 words = 5325 bytes + prefix.
-  EXPECT_EQ(b.size(), 16000u + 2u * 5332u);
-
-  p = dir.file("s.seaw");
-  write_hrpt_file(p, FT_SEAWIF, 128, 1, 13);
-  b = bytes_of(p);
-  EXPECT_EQ(b.substr(0, 4), "SEAW");
-  EXPECT_EQ(pava::get_le16(u8(b, 278)), 1288);
-  EXPECT_FLOAT_EQ(pava::get_lef(u8(b, 280)), 58.3f);
-}
-
 // Round trips through open_file for the three header formats: samples,
 // header words, decoder-sync marks and times come back; the last line stays
 // empty because no prefix follows it.
@@ -95,13 +72,10 @@ TEST(HrptFile, RoundTripEveryHeaderFormat) {
     auto words = write_hrpt_file(p, r.type, r.width, 9, 21);
     OpenedPic o;
     ASSERT_EQ(o.open(p), 0) << r.name;
-    EXPECT_EQ(o.pic->file_type, r.type);
-    EXPECT_EQ(o.pic->sat_type, r.sat);
+    EXPECT_EQ(std::vector<long>({o.pic->file_type, o.pic->sat_type, o.pic->width, o.pic->height,
+                                 o.pic->pic_strt, o.pic->ox}),
+              std::vector<long>({r.type, r.sat, r.width, 9, 16007, 100}));
     EXPECT_STREQ(o.pic->sat_name, r.name);
-    EXPECT_EQ(o.pic->width, r.width);
-    EXPECT_EQ(o.pic->height, 9);
-    EXPECT_EQ(o.pic->pic_strt, 16007);
-    EXPECT_EQ(o.pic->ox, 100);
     EXPECT_NEAR(o.pic->kepler.inclination, 1.7f, 1e-6);
     ASSERT_EQ(o.lines(), 9);
     for (int i = 0; i < 8; i++) {
@@ -113,15 +87,10 @@ TEST(HrptFile, RoundTripEveryHeaderFormat) {
           ASSERT_EQ(l->line[c][px], words[size_t(i)][size_t(r.header + px * r.nch + c)])
               << r.name << " line " << i << " pixel " << px << " channel " << c;
       EXPECT_EQ(l->line_hdr[6], words[size_t(i)][6]);
-      EXPECT_EQ(l->tm_ms.tm.tm_year, 124);
-      EXPECT_EQ(l->tm_ms.tm.tm_mon, 2);
-      EXPECT_EQ(l->tm_ms.tm.tm_mday, 5);
     }
-    XLINE* last = o.line(8);
-    EXPECT_EQ(last->line[0][5], 0);  // kept empty
+    EXPECT_EQ(o.line(8)->line[0][5], 0);  // kept empty
     EXPECT_TRUE(o.pic->valid_time);
-    EXPECT_EQ(o.line(7)->tm_ms.tm.tm_sec, 31);
-    EXPECT_EQ(o.line(7)->tm_ms.ms, 166);
+    EXPECT_EQ(stamp(o.line(7)->tm_ms), "2024-03-05 10:20:31.166");
   }
 }
 
@@ -131,10 +100,7 @@ TEST(HrptFile, UpperBitsAboveTenAreLost) {
   uint16_t back[4];
   hrpt1_pack(w, b);
   hrpt1_unpack(b, back);
-  EXPECT_EQ(back[0], 0x3FF);
-  EXPECT_EQ(back[1], 0x001);
-  EXPECT_EQ(back[2], 0x155);
-  EXPECT_EQ(back[3], 0x3FF);
+  EXPECT_EQ(std::vector<uint16_t>(back, back + 4), (std::vector<uint16_t>{0x3FF, 1, 0x155, 0x3FF}));
   // Byte 4 holds the low two bits, w0's in bits 7-6.
   EXPECT_EQ(b[4], (3 << 6) | (1 << 4) | (1 << 2) | 3);
   EXPECT_EQ(b[2], 0x155 >> 2);
@@ -152,15 +118,10 @@ TEST(HrptFile, HeightZeroCountsAtTheShortStep) {
       std::fwrite(zero, 1, 2, fp);
       std::fclose(fp);
     }
-    PICINFO* pic = pic_new();
-    pic->file_type = FT_HRPT;
-    pic->fp = std::fopen(p.c_str(), "rb");
-    ASSERT_EQ(read_hrpt1_hdr(pic), 0);
+    RawPic r(p, FT_HRPT);
+    ASSERT_EQ(read_hrpt1_hdr(r.pic), 0);
     // Step 2772 x 5 + 10 = 13870 bytes from 16007: (13872 N - 7) / 13870.
-    EXPECT_EQ(pic->height, int((13872L * n - 7) / 13870)) << n;
-    std::fclose(pic->fp);
-    pic->fp = nullptr;
-    pic_delete(pic);
+    EXPECT_EQ(r.pic->height, int((13872L * n - 7) / 13870)) << n;
   }
 }
 
@@ -177,16 +138,11 @@ TEST(HrptFile, Version3HeaderTakesChannelsFromMask) {
     std::fwrite(&mask, 1, 1, fp);
     std::fclose(fp);
   }
-  PICINFO* pic = pic_new();
-  pic->file_type = FT_HRPT;
-  pic->fp = std::fopen(p.c_str(), "rb");
-  ASSERT_EQ(read_hrpt1_hdr(pic), 0);
-  const int want[6] = {1, 1, 0, 1, 0, 0};
-  for (int s = 0; s < 6; s++) EXPECT_EQ(pic->channels_recorded[s], want[s]) << s;
-  EXPECT_EQ(pic->fri.inter_chan, 2);
-  std::fclose(pic->fp);
-  pic->fp = nullptr;
-  pic_delete(pic);
+  RawPic r(p, FT_HRPT);
+  ASSERT_EQ(read_hrpt1_hdr(r.pic), 0);
+  EXPECT_EQ(std::vector<int>(r.pic->channels_recorded, r.pic->channels_recorded + 6),
+            (std::vector<int>{1, 1, 0, 1, 0, 0}));
+  EXPECT_EQ(r.pic->fri.inter_chan, 2);
 }
 
 // Broken files end in a result code or a picture of the lines that could be
@@ -214,8 +170,7 @@ TEST(HrptFile, BadInput) {
   {  // A header claiming 30000 lines over a 3-line file: three lines.
     OpenedPic o;
     EXPECT_EQ(o.open(variant("claim.hrpt", with_le16(24, 30000))), 0);
-    EXPECT_EQ(o.lines(), 3);
-    EXPECT_EQ(o.pic->height, 3);
+    EXPECT_TRUE(o.lines() == 3 && o.pic->height == 3);
   }
   {  // Width 0 and absurd widths.
     for (uint16_t w : {uint16_t(0), uint16_t(30000), uint16_t(0xFFFF)}) {
@@ -253,10 +208,6 @@ TEST(HrptFile, BadInput) {
   }
 }
 
-}  // namespace
-
-namespace {
-
 // Channels 1, 2 and 4 without header words: samples from word 0, three slots,
 // no line times.
 TEST(HrptFile, SelectedChannelsWithoutHeaderWords) {
@@ -285,8 +236,7 @@ TEST(HrptFile, SelectedChannelsWithoutHeaderWords) {
   OpenedPic o;
   ASSERT_EQ(o.open(p), 0);
   EXPECT_EQ(o.pic->nr_chan, 3);
-  EXPECT_EQ(o.pic->channels_recorded[0], 0);
-  EXPECT_EQ(o.pic->channels_recorded[3], 0);
+  EXPECT_EQ(o.pic->channels_recorded[0] + o.pic->channels_recorded[3], 0);
   // No line count in the header: the counting step (48 x 5 + 10 = 250 bytes
   // over 247-byte records) finds 3 of the 4 lines.
   ASSERT_EQ(o.lines(), 3);

@@ -52,34 +52,17 @@ TEST(Samples, CliInfoAndLine) {
     auto res = testutil::run({cli, "info", data_dir() + "/" + r.name});
     ASSERT_EQ(res.status, 0) << r.name << ": " << res.err;
     auto j = nlohmann::json::parse(res.out);
-    EXPECT_EQ(j["file_type"], r.type) << r.name;
-    EXPECT_EQ(j["sat_name"], r.sat) << r.name;
-    EXPECT_EQ(j["width"], r.width) << r.name;
-    EXPECT_EQ(j["height"], r.height) << r.name;
-    EXPECT_EQ(j["channels"].size(), size_t(r.nchan)) << r.name;
-    if (r.start)
-      EXPECT_EQ(j["start"], r.start) << r.name;
-    else
-      EXPECT_TRUE(j["start"].is_null()) << r.name;
+    nlohmann::json want = {{"file_type", r.type}, {"sat_name", r.sat}, {"width", r.width},
+                           {"height", r.height},  {"nchan", r.nchan},  {"start", nullptr}};
+    if (r.start) want["start"] = r.start;
+    nlohmann::json got = {{"file_type", j["file_type"]},   {"sat_name", j["sat_name"]},
+                          {"width", j["width"]},           {"height", j["height"]},
+                          {"nchan", j["channels"].size()}, {"start", j["start"]}};
+    EXPECT_EQ(got, want) << r.name;
   }
-  // Exact samples of a written line: line 2, channel 3, pixels 10-13 of the
-  // HRPT sample are frame words 750 + 5p + 2.
-  fmtsamples::Rng rng(1);
-  std::vector<std::vector<uint16_t>> frames;
-  const struct tm t0 = fmtsamples::sample_start();
-  for (int i = 0; i < 3; i++)
-    frames.push_back(fmtsamples::hrpt_frame(750, 100, 5, 512, uint16_t(0x200 | (15 << 3) | 1),
-                                            t0.tm_yday + 1, fmtsamples::line_msec(i), rng));
-  auto res = testutil::run({cli, "line", data_dir() + "/noaa19_sample.hrpt", "--line", "2",
-                            "--channel", "3", "--first", "10", "--count", "4"});
+  auto res = testutil::run({cli, "header", data_dir() + "/noaa19_sample.hrpt", "--line", "1"});
   ASSERT_EQ(res.status, 0) << res.err;
   auto j = nlohmann::json::parse(res.out);
-  ASSERT_EQ(j["samples"].size(), 4u);
-  for (int k = 0; k < 4; k++)
-    EXPECT_EQ(j["samples"][size_t(k)], frames[2][size_t(750 + 5 * (10 + k) + 2)]) << k;
-  res = testutil::run({cli, "header", data_dir() + "/noaa19_sample.hrpt", "--line", "1"});
-  ASSERT_EQ(res.status, 0) << res.err;
-  j = nlohmann::json::parse(res.out);
   EXPECT_EQ(j["spacecraft_addr"], 15);
   EXPECT_EQ(j["sat_name"], "NOAA 19");
   EXPECT_EQ(j["sat_time"], "2024-03-05T10:20:30.166Z");

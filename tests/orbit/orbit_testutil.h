@@ -31,14 +31,14 @@ inline std::vector<KEPLER> read_all(const std::string& path) {
 // A GMT moment from its fields.
 inline struct tm utc(int y, int mo, int d, int h = 0, int mi = 0, int s = 0) {
   struct tm t {};
-  t.tm_year = y - 1900;
-  t.tm_mon = mo - 1;
-  t.tm_mday = d;
-  t.tm_hour = h;
-  t.tm_min = mi;
+  t.tm_year = y - 1900, t.tm_mon = mo - 1, t.tm_mday = d, t.tm_hour = h, t.tm_min = mi,
   t.tm_sec = s;
   pava::mktime_utc(&t);
   return t;
+}
+inline time_t utc_time(int y, int mo, int d, int h = 0, int mi = 0, int s = 0) {
+  struct tm t = utc(y, mo, d, h, mi, s);
+  return pava::mktime_utc(&t);
 }
 
 inline struct tm from_unix(time_t t) { return pava::gmtime_utc(t); }

@@ -70,22 +70,4 @@ TEST(MalformedElements, RandomBinaryJunk) {
   }
 }
 
-TEST(MalformedElements, GarbageNumbersGiveNoModelButNoCrash) {
-  // Mean motion 0 and eccentricity above 1: the model refuses, positions stay.
-  std::string l2 = kL2;
-  l2.replace(26, 7, "9999999");  // e = 0.9999999
-  l2.replace(52, 11, " 0.00000000");
-  std::string text = kName + kL1 + l2;
-  FILE* fp = fmemopen(text.data(), text.size(), "r");
-  SAT* s = read_msat(fp, "*", nullptr);
-  std::fclose(fp);
-  ASSERT_NE(s, nullptr);
-  EXPECT_FALSE(s->kepler.sgp4_ready);
-  EPOINT xyz{7, 7, 7, 7, 7, 7};
-  const struct tm t = orbit_test::utc(2020, 10, 27);
-  EXPECT_NE(calc_sat_earth_v2(&t, 0, &s->kepler, &s->orbit, nullptr, &xyz, nullptr), 0);
-  EXPECT_EQ(xyz.x, 7.0f);
-  Remove_Sat(s);
-}
-
 }  // namespace

@@ -37,9 +37,7 @@ TEST(OrbitConstants, ZeroMotionLeavesPeriodAndHeight) {
   o.loop_time = 1234.0f;
   o.height = 5678.0f;
   EXPECT_EQ(calc_orbitconst_v2(&k, &o), 1);
-  EXPECT_EQ(o.loop_time, 1234.0f);
-  EXPECT_EQ(o.height, 5678.0f);
-  EXPECT_FALSE(k.sgp4_ready);
+  EXPECT_TRUE(o.loop_time == 1234.0f && o.height == 5678.0f && !k.sgp4_ready);
   // Without model state the position stays as it was.
   EPOINT xyz{1, 2, 3, 4, 5, 6};
   struct tm t = orbit_test::utc(2020, 10, 27);
@@ -49,13 +47,8 @@ TEST(OrbitConstants, ZeroMotionLeavesPeriodAndHeight) {
 
 TEST(OrbitConstants, KeplerToTleUsesTheWrittenPi) {
   KEPLER k{};
-  k.epoch_year = 120;
-  k.epoch_day = 1.5;
-  k.motion = 14.0f;
-  k.decay_rate = 1e-6f;
-  k.inclination = 1.7f;
-  k.eccentricity = 0.001f;
-  k.epoch_rev = 42;
+  k.epoch_year = 120, k.epoch_day = 1.5, k.motion = 14.0f, k.decay_rate = 1e-6f;
+  k.inclination = 1.7f, k.eccentricity = 0.001f, k.epoch_rev = 42;
   tle_t t{};
   kepler2tle(&k, &t);
   EXPECT_DOUBLE_EQ(t.epoch, 2458849.5 + 0.5);
@@ -108,9 +101,12 @@ TEST(LookAngles, ZenithAndHorizonGeometry) {
   const double up[3] = {std::cos(obs.lat) * std::cos(th), std::cos(obs.lat) * std::sin(th),
                         std::sin(obs.lat)};
   EPOINT sat{};
-  sat.x = static_cast<float>(o[0] + 800.0 * up[0]);
-  sat.y = static_cast<float>(o[1] + 800.0 * up[1]);
-  sat.z = static_cast<float>(o[2] + 800.0 * up[2]);
+  auto place = [&](const double* dir, double n, double u) {
+    sat.x = float(o[0] + n * dir[0] + u * up[0]);
+    sat.y = float(o[1] + n * dir[1] + u * up[1]);
+    sat.z = float(o[2] + n * dir[2] + u * up[2]);
+  };
+  place(up, 0, 800.0);
   DIRECTION d{};
   const double h = calceleazim_v2(0, &t, &sat, &obs, &d);
   EXPECT_NEAR(d.elev, M_PI / 2, 1e-3);
@@ -123,9 +119,7 @@ TEST(LookAngles, ZenithAndHorizonGeometry) {
   // North of the observer along the meridian: azimuth 0 (or 2 pi).
   const double north[3] = {-std::sin(obs.lat) * std::cos(th), -std::sin(obs.lat) * std::sin(th),
                            std::cos(obs.lat)};
-  sat.x = static_cast<float>(o[0] + 500.0 * north[0] + 100.0 * up[0]);
-  sat.y = static_cast<float>(o[1] + 500.0 * north[1] + 100.0 * up[1]);
-  sat.z = static_cast<float>(o[2] + 500.0 * north[2] + 100.0 * up[2]);
+  place(north, 500.0, 100.0);
   calceleazim_v2(0, &t, &sat, &obs, &d);
   EXPECT_NEAR(std::remainder(d.azim, 2 * M_PI), 0.0, 1e-4);
   EXPECT_NEAR(d.elev, std::atan2(100.0, 500.0), 1e-4);
@@ -181,15 +175,13 @@ TEST(Positions, ForcedPositionAndSun) {
   s->forced_pos.lat = -0.5f;
   EPOINT sub{};
   ASSERT_EQ(calc_onepos(s, &t, 0, &sub, nullptr), 0);
-  EXPECT_EQ(sub.lon, 0.25f);
-  EXPECT_EQ(sub.lat, -0.5f);
+  EXPECT_TRUE(sub.lon == 0.25f && sub.lat == -0.5f);
   // The sun standing in for a satellite: the sub-solar point.
   s->do_forcepos = 0;
   s->type = sun;
   ASSERT_EQ(calc_onepos(s, &t, 0, &sub, nullptr), 0);
   const EPOINT ss = calc_sun(&t);
-  EXPECT_EQ(sub.lon, ss.lon);
-  EXPECT_EQ(sub.lat, ss.lat);
+  EXPECT_TRUE(sub.lon == ss.lon && sub.lat == ss.lat);
   // Seen from the sub-solar point the sun is in the zenith.
   EPOINT obs{};
   obs.lon = ss.lon;
@@ -202,10 +194,8 @@ TEST(Positions, ForcedPositionAndSun) {
   s->type = moon;
   double h = 0;
   ASSERT_EQ(calc_onepos(s, &t, 0, &sub, nullptr, &h), 0);
-  EXPECT_GT(h, 340000e3);
-  EXPECT_LT(h, 410000e3);
-  EXPECT_GE(s->m_ilum, 0);
-  EXPECT_LE(s->m_ilum, 200);
+  EXPECT_TRUE(h > 340000e3 && h < 410000e3) << h;
+  EXPECT_TRUE(s->m_ilum >= 0 && s->m_ilum <= 200) << s->m_ilum;
   Remove_Sat(s);
 }
 
@@ -234,16 +224,15 @@ TEST(MountAngles, FormulasAndZeroDirections) {
     d.elev = static_cast<float>(r.elev * kDeg);
     d.azim = static_cast<float>(r.azim * kDeg);
     elevazim2xy(&d, &rot);
-    EXPECT_NEAR(d.x / kDeg, r.x, 1e-3) << r.why;
-    EXPECT_NEAR(d.y / kDeg, r.y, 1e-3) << r.why;
+    EXPECT_TRUE(std::fabs(d.x / kDeg - r.x) < 1e-3 && std::fabs(d.y / kDeg - r.y) < 1e-3)
+        << r.why << ": " << d.x / kDeg << "," << d.y / kDeg;
   }
   // No rotor: the second formula with subtractions.
   DIRECTION d{};
   d.elev = static_cast<float>(45 * kDeg);
   d.azim = static_cast<float>(90 * kDeg);
   elevazim2xy(&d, nullptr);
-  EXPECT_NEAR(d.x / kDeg, 45, 1e-3);
-  EXPECT_NEAR(d.y / kDeg, 90, 1e-3);
+  EXPECT_TRUE(std::fabs(d.x / kDeg - 45) < 1e-3 && std::fabs(d.y / kDeg - 90) < 1e-3);
 }
 
 TEST(RotorTarget, HorizonEqualityOffsetsAndAzimuthWrap) {
@@ -269,8 +258,7 @@ TEST(RotorTarget, HorizonEqualityOffsetsAndAzimuthWrap) {
   rot.offset.azim = 0;
   dir.elev = horiz - 1e-6f;
   EXPECT_EQ(calc_rotpos(&dir, 1, &rot, horiz, 1.0f), 0);
-  EXPECT_EQ(rot.to_rotor.elev, 90.0f);
-  EXPECT_EQ(rot.to_rotor.azim, 180.0f);
+  EXPECT_TRUE(rot.to_rotor.elev == 90.0f && rot.to_rotor.azim == 180.0f);
   dir.elev = horiz;
   EXPECT_EQ(calc_rotpos(&dir, 0, &rot, horiz, 1.0f), 0);
 }
@@ -296,9 +284,7 @@ TEST(RotorTarget, ParkCountdownAndOffsetAccumulation) {
   for (int tick = 1; tick <= 10; tick++) {
     EXPECT_EQ(calc_rotpos(&dir, 1, &rot, horiz, 1.0f), -1) << "tick " << tick;
     // Elevation, azimuth and the Y axis (no wait) park at once.
-    EXPECT_EQ(rot.to_rotor.elev, 80.0f);
-    EXPECT_EQ(rot.to_rotor.azim, 200.0f);
-    EXPECT_EQ(rot.to_rotor.y, 91.0f);
+    EXPECT_TRUE(rot.to_rotor.elev == 80 && rot.to_rotor.azim == 200 && rot.to_rotor.y == 91);
     // The X axis is held, and takes the X offset once more on every tick.
     EXPECT_NEAR(rot.to_rotor.x, held_x + 0.5f * tick, 1e-4) << "tick " << tick;
   }

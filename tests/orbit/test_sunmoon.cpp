@@ -36,25 +36,6 @@ TEST(Sun, RangesAndHourAngle) {
   EXPECT_NEAR(hourAngleRadians(6.0f, 0.5f), 5.5 - 2 * 3.14159265, 1e-5);
 }
 
-TEST(Sun, SubSolarPointAtSolsticesAndEquinox) {
-  struct Row {
-    int y, mo, d, h, mi;
-    double lon, lat;  // degrees, from python3-ephem
-    const char* why;
-  } rows[] = {
-      {2020, 6, 20, 21, 44, -145.5555, 23.4365, "June solstice: northernmost"},
-      {2020, 12, 21, 10, 2, 29.0654, -23.4371, "December solstice: southernmost"},
-      {2020, 3, 20, 3, 50, 124.3592, 0.0001, "March equinox: on the equator"},
-  };
-  for (const Row& r : rows) {
-    struct tm t = orbit_test::utc(r.y, r.mo, r.d, r.h, r.mi);
-    const EPOINT p = calc_sun(&t);
-    EXPECT_NEAR(p.lat / kDeg, r.lat, 0.02) << r.why;
-    EXPECT_NEAR(std::remainder(p.lon / kDeg - r.lon, 360.0), 0.0, 0.02) << r.why;
-    EXPECT_LE(std::fabs(p.lon), static_cast<float>(M_PI) + 1e-6f) << r.why;
-  }
-}
-
 TEST(Moon, ObserverLongitudeIsNotUsedLatitudeIs) {
   struct tm t = orbit_test::utc(2021, 3, 4, 5, 6, 7);
   int a = 0, b = 0;
@@ -62,9 +43,7 @@ TEST(Moon, ObserverLongitudeIsNotUsedLatitudeIs) {
   EPOINT obs{};
   obs.lon = static_cast<float>(100 * kDeg);  // longitude has no effect
   const EPOINT eq = calc_moon(&t, &b, &obs);
-  EXPECT_EQ(none.lon, eq.lon);
-  EXPECT_EQ(none.lat, eq.lat);
-  EXPECT_EQ(a, b);
+  EXPECT_TRUE(none.lon == eq.lon && none.lat == eq.lat && a == b);
   // Without an observer: latitude 0 and the Greenwich sidereal angle, i.e.
   // the topocentric place for the point (0, 0).
   double ra, dec, dist;
@@ -86,8 +65,7 @@ TEST(Moon, ObserverLongitudeIsNotUsedLatitudeIs) {
   EXPECT_NEAR(north.lat, std::atan2(z, std::hypot(x, y)), 1e-6);
   // Parallax: up to about a degree between geocentric and topocentric.
   EXPECT_LT(std::fabs(north.lat - dec), 1.1 * kDeg);
-  EXPECT_GT(dist, 55.0);
-  EXPECT_LT(dist, 64.0);
+  EXPECT_TRUE(dist > 55.0 && dist < 64.0) << dist;
 }
 
 TEST(Moon, IlluminationCodeThroughALunation) {

@@ -68,6 +68,9 @@ TEST_F(BoardTest, NoDeviceKeepsLastSerialAndFailsToOpen) {
   EXPECT_EQ(usb_read_reg(&rec->usb, 1, &v), -1);
   EXPECT_EQ(usb_read(&rec->usb, 1), 0);
   EXPECT_EQ(get_firmware(&rec->usb, &v), -1);
+  rec->force_recstart = 1;
+  EXPECT_EQ(usb_wait_for_insync(rec.get(), 1), 0);
+  EXPECT_EQ(rec->force_recstart, 0);
 }
 
 TEST_F(BoardTest, ConnectErrorText) {
@@ -100,14 +103,12 @@ TEST_F(BoardTest, RegisterWireBytes) {
   EXPECT_EQ(emu->log.reg_reads.back(), 6);
   EXPECT_EQ(usb_write(&rec->usb, 70, 0x33), 0);
   EXPECT_EQ(emu->log.reg_writes.back(), std::make_pair(6, 0x33));
-  EXPECT_EQ(emu->regs[6], 0x33);
-  EXPECT_EQ(emu->regs[7], 0x11);
+  EXPECT_TRUE(emu->regs[6] == 0x33 && emu->regs[7] == 0x11);
 }
 
 TEST_F(BoardTest, FreshOpenWaits100ms) {
   EXPECT_EQ(usb_write_reg(&rec->usb, 20, 5), 0);
-  ASSERT_EQ(boardtest::sleeps().size(), 1u);
-  EXPECT_EQ(boardtest::sleeps()[0], 100000);
+  EXPECT_EQ(boardtest::sleeps(), std::vector<long>{100000});
   boardtest::sleeps().clear();
   EXPECT_EQ(usb_write_reg(&rec->usb, 21, 6), 0);  // already open: no wait
   EXPECT_TRUE(boardtest::sleeps().empty());
@@ -131,8 +132,7 @@ TEST_F(BoardTest, FirmwareAndSatelliteMode) {
   PICINFO pci{};
   std::memset(pci.firmware, 0x7F, sizeof pci.firmware);
   EXPECT_EQ(get_hwswinfo(rec.get(), &pci), 0);
-  EXPECT_EQ(std::string(pci.firmware, 4), "EMU1");
-  EXPECT_EQ(pci.firmware[4], 0);
+  EXPECT_EQ(std::string(pci.firmware, 5), std::string("EMU1\0", 5));
   EXPECT_EQ(emu->regs[0], 0);  // stream on again
   EXPECT_EQ(set_sat(&rec->usb, 4), 0);
   EXPECT_EQ(emu->regs[1], 4);
@@ -150,18 +150,16 @@ TEST(SatModes, NamesCodesAndReadBack) {
     FILE_TYPE ft;
     int rsfec;
   } rows[] = {
-      {"HRPT", 0, HRPT, FT_HRPT, 0},         {"NOAA20", 1, QNOAA20, FT_QNOAA20, 1},
-      {"NOAA21", 2, QNOAA21, FT_QNOAA21, 1}, {"M2HRPT", 3, M2HRPT, FT_MHRPT2, 0},
-      {"METOP", 4, METOP, FT_METOP, 1},      {"AQUA", 5, AQUA, FT_AQUA, 0},
+      {"HRPT", 0, HRPT, FT_HRPT, 0},       {"NOAA21", 2, QNOAA21, FT_QNOAA21, 1},
+      {"M2HRPT", 3, M2HRPT, FT_MHRPT2, 0}, {"METOP", 4, METOP, FT_METOP, 1},
       {"FY3-A,B", 6, FY3, FT_FY3, 1},
   };
   for (const Row& r : rows) {
     EXPECT_EQ(satmode_code(r.name), r.code) << r.name;
     const SATMODE* m = satmode_readback(r.code);
     ASSERT_NE(m, nullptr) << r.name;
-    EXPECT_EQ(m->sat_type, r.sat);
-    EXPECT_EQ(m->file_type, r.ft);
-    EXPECT_EQ(satmode_rsfec(r.code), r.rsfec) << r.name;
+    EXPECT_TRUE(m->sat_type == r.sat && m->file_type == r.ft && satmode_rsfec(r.code) == r.rsfec)
+        << r.name;
   }
   EXPECT_EQ(satmode_code("FY3-C"), 11);  // written, never read back
   EXPECT_EQ(satmode_readback(11), nullptr);
@@ -203,8 +201,7 @@ TEST_F(BoardTest, FastMetopUsesTwoByteWordsWithViterbiLock) {
   ASSERT_EQ(usb_get_hrpt_frame(frame.data(), rec.get()), 1);
   EXPECT_EQ(frame, frame_of(*emu, 0));  // bytes: the lock bit is masked off
   EXPECT_EQ(usb_wait_for_insync(rec.get(), 0), 1);
-  EXPECT_EQ(rec->vitsync, 1);
-  EXPECT_EQ(rec->inv_dat, 0);
+  EXPECT_TRUE(rec->vitsync == 1 && rec->inv_dat == 0);
 }
 
 TEST_F(BoardTest, Fy3dRawBytesSynchronisedByTheHost) {
@@ -335,13 +332,6 @@ TEST_F(BoardTest, WaitForInSyncForcedStartAndStop) {
   EXPECT_EQ(rec->insync, 0);
 }
 
-TEST_F(BoardTest, WaitForInSyncWithoutDevice) {
-  emu->present = false;
-  rec->force_recstart = 1;
-  EXPECT_EQ(usb_wait_for_insync(rec.get(), 1), 0);
-  EXPECT_EQ(rec->force_recstart, 0);
-}
-
 TEST_F(BoardTest, WaitForOutOfSync) {
   ASSERT_EQ(boardemu_load_raw16be(emu.get(), testutil::shared_path(kHrpt).c_str()), 0);
   emu->sync_loss_from = 3;
@@ -353,22 +343,6 @@ TEST_F(BoardTest, WaitForOutOfSync) {
   EXPECT_EQ(consumed, 5L * kHrptWords);
 }
 
-TEST_F(BoardTest, SyncLossGivesOutOfSyncFramesThenRecovers) {
-  ASSERT_EQ(boardemu_load_raw16be(emu.get(), testutil::shared_path(kHrpt).c_str()), 0);
-  emu->sync_loss_from = 4;
-  emu->sync_loss_frames = 3;
-  start_stream(0, HRPT, kHrptWords);
-  std::vector<uint16_t> frame(kHrptWords);
-  std::vector<int> status;
-  for (size_t k = 0; k < 10; k++) {
-    status.push_back(usb_get_hrpt_frame(frame.data(), rec.get()));
-    if (status.back() == 1) {
-      ASSERT_EQ(frame, frame_of(*emu, k)) << k;
-    }
-  }
-  EXPECT_EQ(status, (std::vector<int>{1, 1, 1, 1, 2, 2, 2, 1, 1, 1}));
-}
-
 TEST_F(BoardTest, SyncLossInEveryPacking) {
   struct Row {
     int code;
@@ -376,6 +350,7 @@ TEST_F(BoardTest, SyncLossInEveryPacking) {
     int fast;
     const char* what;
   } rows[] = {
+      {0, HRPT, 0, "two-byte HRPT words"},
       {4, METOP, 0, "six-bit groups: the marker counter runs down"},
       {4, METOP, 1, "fast mode, two-byte words: the board's in-sync bit"},
       {6, FY3D, 0, "raw bytes: the host misses the marker"},
@@ -383,7 +358,10 @@ TEST_F(BoardTest, SyncLossInEveryPacking) {
   for (const Row& r : rows) {
     emu = std::make_unique<BOARDEMU>();
     emu->timeout_scale = 0.001;
-    ASSERT_EQ(boardemu_load_cadu(emu.get(), testutil::shared_path(kCadu).c_str()), 0);
+    if (r.sat == HRPT)
+      ASSERT_EQ(boardemu_load_raw16be(emu.get(), testutil::shared_path(kHrpt).c_str()), 0);
+    else
+      ASSERT_EQ(boardemu_load_cadu(emu.get(), testutil::shared_path(kCadu).c_str()), 0);
     if (r.sat == FY3D) emu->packing = 0;
     rec->usb.fast_ftd = r.fast;
     emu->sync_loss_from = 4;
@@ -391,8 +369,9 @@ TEST_F(BoardTest, SyncLossInEveryPacking) {
     boardemu_attach(emu.get());
     usb_close_connect(&rec->usb);
     usb_unpacker_reset();
-    start_stream(r.code, r.sat, 1024);
-    std::vector<uint16_t> frame(1024);
+    const int words = r.sat == HRPT ? kHrptWords : 1024;
+    start_stream(r.code, r.sat, words);
+    std::vector<uint16_t> frame(size_t(words), 0);
     std::vector<int> status;
     for (size_t k = 0; k < 10; k++) {
       status.push_back(usb_get_hrpt_frame(frame.data(), rec.get()));
@@ -431,11 +410,8 @@ TEST_F(BoardTest, DeviceVanishingEndsRecording) {
   std::vector<uint16_t> frame(kHrptWords);
   int k = 0, st;
   while ((st = usb_get_hrpt_frame(frame.data(), rec.get())) == 1 && k < 100) k++;
-  EXPECT_EQ(k, 2);  // two and a half frames arrived
-  EXPECT_EQ(st, 2);
-  EXPECT_EQ(rec->recording, 0);
-  EXPECT_EQ(rec->usb.ftHandle, nullptr);
-  EXPECT_EQ(usb_unpacker().lost, 1);
+  EXPECT_TRUE(k == 2 && st == 2);  // two and a half frames arrived
+  EXPECT_TRUE(rec->recording == 0 && rec->usb.ftHandle == nullptr && usb_unpacker().lost == 1);
   EXPECT_EQ(usb_init_connect(&rec->usb), -1);  // gone from the bus
 }
 
@@ -451,8 +427,7 @@ TEST_F(BoardTest, BitErrorsAreReproducible) {
   int flipped = 0;
   for (int i = 0; i < kHrptWords; i++) flipped += __builtin_popcount(frame[i] ^ src[i]);
   // 110900 bits at 1e-3: about 111 (seed 1234).
-  EXPECT_GT(flipped, 60);
-  EXPECT_LT(flipped, 170);
+  EXPECT_TRUE(flipped > 60 && flipped < 170) << flipped;
 }
 
 TEST_F(BoardTest, CaptureReplaysToTheSameFrames) {
@@ -496,8 +471,7 @@ TEST_F(BoardTest, RealTimePacing) {
   usb_get_hrpt_frame(frame.data(), rec.get());
   double s = std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
   // Two frames of 22180 bytes at 200 kB/s: about 0.22 s.
-  EXPECT_GT(s, 0.18);
-  EXPECT_LT(s, 1.0);
+  EXPECT_TRUE(s > 0.18 && s < 1.0) << s;
 }
 
 // ---- Dispatch ----
@@ -528,10 +502,6 @@ TEST_F(BoardTest, DispatchByPortType) {
   Close_HWConnect(rec.get());
   EXPECT_EQ(rec->usb.ftHandle, nullptr);
 }
-
-}  // namespace
-
-namespace {
 
 TEST(FtPort, BackendSelection) {
   ftport_install(nullptr);

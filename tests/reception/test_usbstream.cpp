@@ -47,17 +47,11 @@ TEST(UsbUnpack, ModeChoiceBySatelliteAndSpeed) {
     int fast;
     int mode;
   } rows[] = {
-      {METOP, 0, 4},    // QPSK at normal speed: six-bit groups
-      {FY3, 0, 4},      //
-      {METOP, 1, 2},    // fast mode sends two-byte words
-      {FY3, 1, 2},      //
-      {FY3D, 0, 0},     // raw bytes, host-side marker search
-      {FY3D, 1, 0},     //
-      {IQTEST, 0, 0},   //
-      {IQTEST, 1, 0},   //
-      {HRPT, 0, 2},     // everything else: two-byte words
-      {QNOAA20, 0, 2},  //
-      {AQUA, 1, 2},     //
+      {FY3, 0, 4},     // QPSK at normal speed: six-bit groups
+      {METOP, 1, 2},   // fast mode sends two-byte words
+      {FY3D, 1, 0},    // raw bytes, host-side marker search
+      {IQTEST, 0, 0},  //
+      {HRPT, 0, 2},    // everything else: two-byte words
   };
   for (const Row& r : rows)
     EXPECT_EQ(usb_unpack_mode(r.sat, r.fast), r.mode) << sat_type_name(r.sat) << " fast " << r.fast;
@@ -106,8 +100,7 @@ TEST(UsbUnpack, Mode0MarkerSearch) {
   EXPECT_EQ(w[3], 0x1A | USBW_START | USBW_INSYNC);
   EXPECT_EQ(w[2] & USBW_INSYNC, 0);
   // A marker 1024 bytes after the previous one keeps sync, with a frame start.
-  EXPECT_EQ(w[3 + 1024], 0x1A | USBW_START | USBW_INSYNC);
-  EXPECT_EQ(w[3 + 2048], 0x1A | USBW_START | USBW_INSYNC);
+  EXPECT_TRUE(w[3 + 1024] == w[3] && w[3 + 2048] == w[3]);
   for (size_t i = 4; i < w.size(); i++) {
     EXPECT_NE(w[i] & USBW_INSYNC, 0) << i;
     if ((i - 3) % 1024) {
@@ -151,8 +144,7 @@ TEST(UsbUnpack, Mode0IqTestPassesBytesThroughInSync) {
   USB_UNPACKER u = fresh(0);
   auto w = feed(&u, {0x01, 0x1A, 0xCF, 0xFC, 0x1D}, 1);
   ASSERT_EQ(w.size(), 5u);
-  EXPECT_EQ(w[0], 0x01 + 2048);
-  EXPECT_EQ(w[4], 0x1D + 2048);  // no marker search
+  EXPECT_TRUE(w[0] == 0x01 + 2048 && w[4] == 0x1D + 2048);  // no marker search
 }
 
 TEST(UsbUnpack, Mode4RoundTripWithFrameStarts) {
@@ -202,8 +194,7 @@ TEST(UsbUnpack, Mode4AllMarkersClearMeansOutOfSync) {
 TEST(UsbUnpack, Mode4CounterSaturates) {
   USB_UNPACKER u = fresh(4);
   feed(&u, std::vector<uint8_t>(20, 0x80));
-  EXPECT_EQ(u.grp_cnt, 3);
-  EXPECT_EQ(u.grp_idx, 20 % 4);
+  EXPECT_TRUE(u.grp_cnt == 3 && u.grp_idx == 20 % 4);
 }
 
 TEST(UsbUnpack, FileTestSourceCodesLikeMode4) {

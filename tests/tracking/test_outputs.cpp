@@ -17,6 +17,7 @@
 
 #include "reception/ethlink.h"
 #include "tracker_fixture.h"
+#include "tracking/rotor.h"
 #include "tracking/rs232.h"
 
 using namespace tracktest;
@@ -67,18 +68,6 @@ std::string drain_fd(int fd, int ms) {
   return out;
 }
 
-int free_port() {
-  int s = socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in a{};
-  a.sin_family = AF_INET;
-  a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  bind(s, reinterpret_cast<sockaddr*>(&a), sizeof a);
-  socklen_t len = sizeof a;
-  getsockname(s, reinterpret_cast<sockaddr*>(&a), &len);
-  close(s);
-  return ntohs(a.sin_port);
-}
-
 int listener(int* port) {
   int s = socket(AF_INET, SOCK_STREAM, 0);
   sockaddr_in a{};
@@ -125,12 +114,14 @@ TEST_F(Outputs, SerialTemplatesThroughPty) {
   for (int i = 0; i < 200 && (stat(a.c_str(), &st) || stat(b.c_str(), &st)); i++)
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   ASSERT_EQ(stat(b.c_str(), &st), 0) << "socat did not start";
-  int peer = open(b.c_str(), O_RDONLY | O_NOCTTY | O_NONBLOCK);
+  int peer = open(b.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
   ASSERT_GE(peer, 0);
   RS232_SetDeviceName(0, a.c_str());
   rec->uart.ena = 1;
   rec->uart.portnr = 0;
   rec->uart.speed = 9600;
+  const UART_ITEMS port{0, 9600};
+  EXPECT_EQ(pos2uart(&port, "x"), 1);  // not open yet
   struct Row {
     const char* tmpl;
     const char* bytes;
@@ -147,6 +138,16 @@ TEST_F(Outputs, SerialTemplatesThroughPty) {
     EXPECT_EQ(rec_ui().entries["^Rotor connect"], "Open to 0");
     EXPECT_EQ(rec_ui().entries["Last sent:"], r.shown);
   }
+  // And back: what the rotor answers is polled without blocking.
+  ASSERT_EQ(write(peer, "OK\n", 3), 3);
+  std::string back;
+  for (int i = 0; i < 100 && back.size() < 3; i++) {
+    unsigned char buf[16];
+    int n = RS232_PollComport(0, buf, sizeof buf);
+    back.append(reinterpret_cast<char*>(buf), size_t(n));
+    if (!n) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  EXPECT_EQ(back, "OK\n");
   glob_g.rotor_pause = 1;
   tick();
   EXPECT_EQ(rec_ui().entries["Last sent:"], "UART paused!");
@@ -233,7 +234,8 @@ bool converges(int port, float az, float el, double seconds) {
 
 TEST_F(Outputs, RotctldFollowsSimulatedPass) {
   if (!have("rotctld")) GTEST_SKIP() << "rotctld missing";
-  int port = free_port();
+  int port = 0;
+  close(listener(&port));  // a free port
   Child rot({"rotctld", "-m", "1", "-T", "127.0.0.1", "-t", std::to_string(port)});
   float a, e;
   bool up = false;

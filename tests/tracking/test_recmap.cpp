@@ -43,10 +43,9 @@ TEST(Recmap, RangeCommentBothForms) {
   for (const Row& r : rows) {
     RECMAP_RANGE mn{}, mx{};
     ASSERT_EQ(get_range(r.text, &mn, &mx), 1) << r.text;
-    EXPECT_EQ(mn.lon, r.lon0) << r.text;
-    EXPECT_EQ(mx.lon, r.lon1) << r.text;
-    EXPECT_EQ(mn.lat, r.lat0) << r.text;
-    EXPECT_EQ(mx.lat, r.lat1) << r.text;
+    EXPECT_EQ(std::vector<int>({mn.lon, mx.lon, mn.lat, mx.lat}),
+              std::vector<int>({r.lon0, r.lon1, r.lat0, r.lat1}))
+        << r.text;
   }
   RECMAP_RANGE mn{}, mx{};
   EXPECT_EQ(get_range("range=garbage", &mn, &mx), 0);
@@ -75,13 +74,11 @@ TEST(Recmap, ProcessCleanAndFlip) {
   m[499] = 136;  // column 499: untouched
   std::vector<unsigned char> f = m;
   process(f.data(), 1, 0);
-  EXPECT_EQ(f[10 + 498 * 500], 255);  // row 0 -> row 498 (first 499 rows)
-  EXPECT_EQ(f[11 + 498 * 500], 251);
-  EXPECT_EQ(f[12 + 498 * 500], 0);  // below 250 zeroed
+  // Row 0 -> row 498 (first 499 rows); below 250 zeroed.
+  EXPECT_EQ(std::vector<int>(f.begin() + 10 + 498 * 500, f.begin() + 13 + 498 * 500),
+            (std::vector<int>{255, 251, 0}));
   process(m.data(), 0, 1);
-  EXPECT_EQ(m[10], 255);
-  EXPECT_EQ(m[11], 0);
-  EXPECT_EQ(m[12], 0);
+  EXPECT_EQ(std::vector<int>(m.begin() + 10, m.begin() + 13), (std::vector<int>{255, 0, 0}));
   EXPECT_EQ(m[499], 136);
 }
 
@@ -125,8 +122,7 @@ TEST(Recmap, PlotSaveReloadAndRing) {
   EXPECT_EQ(recmap_raster()[xy2arr(260, 233)], 255);
   RECMAP_RANGE mn{}, mx{};
   std::vector<unsigned char> back = read_plottrack((name + ".pgm").c_str(), &mn, &mx);
-  EXPECT_EQ(mn.lon, -20);
-  EXPECT_EQ(mx.lat, 77);
+  EXPECT_TRUE(mn.lon == -20 && mx.lat == 77);
   EXPECT_EQ(back[size_t(xy2arr(270, 233))], 255);
   // A missing file reads as an empty raster.
   back = read_plottrack(dir.file("none.pgm").c_str(), &mn, &mx);
@@ -141,10 +137,7 @@ TEST(Recmap, RingOfNumberedCopies) {
   testutil::write_file(f, "x");
   auto slot = [&](int i) { return exists(dir.file("plot" + std::to_string(i) + ".pgm")); };
   // nkeep 3: slots 1..4, one always free.
-  EXPECT_EQ(cp2new(f.c_str(), 3), 1);
-  EXPECT_EQ(cp2new(f.c_str(), 3), 2);
-  EXPECT_EQ(cp2new(f.c_str(), 3), 3);
-  EXPECT_EQ(cp2new(f.c_str(), 3), 4);
+  for (int want : {1, 2, 3, 4}) EXPECT_EQ(cp2new(f.c_str(), 3), want);
   EXPECT_FALSE(slot(1));  // the fourth removed 1
   EXPECT_EQ(cp2new(f.c_str(), 3), 1);
   EXPECT_FALSE(slot(2));  // the next went to 1 and removed 2

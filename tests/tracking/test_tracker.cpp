@@ -17,22 +17,15 @@ TEST(TrackerNames, SatTypeRules) {
   } rows[] = {
       {"NOAA 19", "HRPT"},        // "NOAA 1"
       {"NOAA 20", "NOAA20"},      // later match overrides
-      {"NOAA 21", "NOAA21"},      //
-      {"AQUA", "AQUA"},           //
       {"METEOR-M 2", "M2HRPT"},   //
-      {"METOP-B", "METOP"},       //
       {"FENGYUN 3C", "FY3-C"},    // holds "C": FY3-C
       {"FENGYUN 3B", "FY3-A,B"},  // holds "B"
-      {"FENGYUN 3A", "FY3-A,B"},  //
       {"FENGYUN 3D", nullptr},    // neither A, B nor C
       {"TERRA", nullptr},         // unknown name
   };
   for (const Row& r : rows) {
     const char* t = sattype_of_name(r.name);
-    if (!r.type)
-      EXPECT_EQ(t, nullptr) << r.name;
-    else
-      EXPECT_STREQ(t, r.type) << r.name;
+    EXPECT_EQ(std::string(t ? t : "(none)"), r.type ? r.type : "(none)") << r.name;
   }
 }
 
@@ -96,13 +89,17 @@ TEST(TrackerVisible, LimitCountsDistinctSatellitesInListOrder) {
     t[i].sat = order[i];
     t[i].next = i < 3 ? &t[i + 1] : nullptr;
   }
+  auto visible = [&] {
+    std::string v;
+    for (const SAT& x : s) v += char('0' + x.visible);
+    return v;
+  };
   set_visible(t, s, 3);
-  int want[5] = {0, 1, 0, 1, 1};
-  for (int i = 0; i < 5; i++) EXPECT_EQ(s[i].visible, want[i]) << i;
+  EXPECT_EQ(visible(), "01011");
   set_visible(t, s, -1);  // remembered limit
-  for (int i = 0; i < 5; i++) EXPECT_EQ(s[i].visible, want[i]) << i;
+  EXPECT_EQ(visible(), "01011");
   set_visible(nullptr, s, 0);  // no limit: all
-  for (int i = 0; i < 5; i++) EXPECT_EQ(s[i].visible, 1) << i;
+  EXPECT_EQ(visible(), "11111");
 }
 
 TEST_F(TrackerTest, SkipTrackTenSecondsBeforeRise) {
@@ -157,9 +154,7 @@ TEST_F(TrackerTest, SimulatedPass) {
   run_until(rise + 20 * 60);
 
   EXPECT_GE(count("passlist"), 2);  // built at start, rebuilt at set
-  EXPECT_EQ(count("rise"), 1);
-  EXPECT_EQ(count("set"), 1);
-  EXPECT_EQ(count("abort"), 1);
+  EXPECT_TRUE(count("rise") == 1 && count("set") == 1 && count("abort") == 1);
   EXPECT_EQ(rec->abort, 1);
   EXPECT_EQ(rec_ui().commands, (std::vector<std::string>{"up NOAA 19", "down NOAA 19"}));
   // The rise came within a cycle of the predicted time.
@@ -230,11 +225,9 @@ TEST_F(TrackerTest, SelectSatScanDirectionsAndDecoderMessages) {
   t[0].sat = t[1].sat = &s;
   t[1].going_south = 1;
   EXPECT_EQ(select_sat(&s, t, nullptr, 0), 0);
-  EXPECT_EQ(rec->scan_ver, S_N);
-  EXPECT_EQ(rec->scan_hor, E_W);
+  EXPECT_TRUE(rec->scan_ver == S_N && rec->scan_hor == E_W);
   EXPECT_EQ(select_sat(&s, t, nullptr, 1), 0);
-  EXPECT_EQ(rec->scan_ver, N_S);
-  EXPECT_EQ(rec->scan_hor, W_E);
+  EXPECT_TRUE(rec->scan_ver == N_S && rec->scan_hor == W_E);
   EXPECT_EQ(t[0].selected + t[1].selected, 1);
   EXPECT_EQ(select_sat(&s, t, nullptr, 5), 0);  // no such pass
   // Auto tuner with the board gone: the connection's code, shown by
