@@ -26,6 +26,7 @@
 #include "gui/mapwnd.h"
 #include "gui/prefwnd.h"
 #include "gui/sgtk.h"
+#include "gui/trackwnd.h"
 #include "gui/viewer.h"
 
 namespace {
@@ -681,13 +682,15 @@ GtkWidget* make_gui(PICINFO* pic, VIEWINFO* view, RECORDINFO* rec) {
   add_page(area, "Viewer");
   add_page(empty_page("Live page"), "Live");
   if (!sep) {
-    add_page(empty_page("Tracker page"), "Tracker");
-    add_page(empty_page("Map page"), "Map");
+    add_page(trackwnd_page(), "Tracker");
+    add_page(trackwnd_map_page(), "Map");
   }
   add_page(nb_debug(), "Debug");
   if (sep) {
-    GtkWidget* trk = sgtk_window("Tracker", empty_page("Tracker page"));
+    GtkWidget* trk =
+        sgtk_window("Tracker", sgtk_box(true, {trackwnd_page(), trackwnd_map_page()}, true));
     gtk_window_set_default_size(GTK_WINDOW(trk), 500, 200);
+    sgtk_set_sensitive(trk, "Add ", 0);
     gtk_window_move(GTK_WINDOW(trk), prefs.trk_wnd_x, prefs.trk_wnd_y);
     gtk_widget_show_all(trk);
   }
