@@ -259,6 +259,7 @@ struct TrackOpts {
   int elev_det = -1;
   bool no_exec = false;
   std::string map, current, size = "720x360";
+  std::string park;  // AZ,EL
   OutOpts out;
 };
 
@@ -390,6 +391,15 @@ void cmd_track(const TrackOpts& o) {
     prefs.refpos.alt = float(alt / 1000);
   }
   if (o.elev_det >= 0) prefs.elev_det = o.elev_det;
+  if (!o.park.empty()) {
+    float az, el;
+    if (!parse_pair(o.park, &az, &el) || az < 0 || az >= 360 || el < 0 || el > 90) {
+      cli_fail("--park wants AZ,EL in degrees: " + o.park);
+      return;
+    }
+    prefs.rotor.storm.azim = az;
+    prefs.rotor.storm.elev = el;
+  }
   std::string elements = o.elements.empty() ? data_file_path(prefs.kepler_file) : o.elements;
   SAT* sats = prepare_track(nullptr, elements.c_str(), o.sats.empty() ? nullptr : o.sats.c_str(),
                             prefs.sats);
@@ -558,6 +568,7 @@ void cli_add_tracking(CLI::App& app) {
   t->add_option("--nr", to->nr, "passes in the list (default 10)");
   t->add_option("--observer", to->observer, "observer LAT,LON[,ALT_M] (default: preferences)");
   t->add_option("--elev-det", to->elev_det, "minimum maximum elevation of a pass, degrees");
+  t->add_option("--park", to->park, "park position AZ,EL in degrees (default: preferences)");
   t->add_flag("--no-exec", to->no_exec, "report external commands without running them");
   add_out_opts(t, &to->out);
   t->callback([to] { cmd_track(*to); });
