@@ -340,7 +340,7 @@ void load_earth(int w, int h) {
 }
 
 void render_map() {
-  if (!g_map) return;
+  if (!g_map || !gtk_widget_get_mapped(g_map)) return;
   GtkAllocation a;
   gtk_widget_get_allocation(g_map, &a);
   if (a.width < 16 || a.height < 16) return;
@@ -361,15 +361,10 @@ void render_map() {
   o.current = current_sat();
   o.radio_horizon_deg = prefs.radio_horizon;
   for (int i = 0; i < WC_COUNT && i < PREFS_NCOLOURS; i++) o.clr[i] = prefs.clr[i];
-  RECMAP_RANGE lo{}, hi{};
+  // The received-passes map's range follows the observer (whole degrees).
   o.recmap = recmap_raster();
-  if (o.recmap) {
-    lo.lon = int(prefs.refpos.lon * kR2D) - 25;
-    lo.lat = int(prefs.refpos.lat * kR2D) - 25;
-    o.recmap_lon_min = lo.lon;
-    o.recmap_lat_min = lo.lat;
-  }
-  (void)hi;
+  o.recmap_lon_min = int(prefs.refpos.lon * kR2D) - 25;
+  o.recmap_lat_min = int(prefs.refpos.lat * kR2D) - 25;
   if (draw_worldmap(o, &g_map_rgb) == 0) {
     g_map_w = o.width;
     g_map_h = o.height;
