@@ -9,7 +9,7 @@ BIN=$1
 gui_require
 BODY=$(cat <<'EOS'
 tw=$(wait_window "Tracker") || fail "no Tracker window"
-for i in $(seq 50); do grep -q 'Tracker: [1-9][0-9]* passes in the list' pava.log && break; sleep 0.1; done
+for i in $(seq 100); do grep -qs 'Tracker: [1-9][0-9]* passes in the list' pava.log && break; sleep 0.1; done
 grep -q 'Tracker: 10 passes in the list' pava.log || fail "no pass list: $(cat pava.log)"
 xdotool windowmove "$win" 1300 1100   # the main window out of the way
 xdotool windowmove "$tw" 0 0
@@ -31,7 +31,7 @@ EOS
 )
 gui_session -ts -log || exit 1
 BODY=$(cat <<'EOS'
-for i in $(seq 50); do grep -q 'Tracker: .* passes in the list' pava.log && break; sleep 0.1; done
+for i in $(seq 100); do grep -qs 'Tracker: .* passes in the list' pava.log && break; sleep 0.1; done
 grep -q 'Tracker: 10 passes in the list' pava.log || fail "no pass list in the notebook page"
 xdotool search --onlyvisible --name '^Tracker$' >/dev/null 2>&1 && fail "a Tracker window without -ts"
 true
