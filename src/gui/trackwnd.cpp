@@ -13,6 +13,7 @@
 #include "gui/sgtk.h"
 #include "orbit/satdb.h"
 #include "orbit/satpos.h"
+#include "tracking/elements_update.h"
 #include "tracking/recmap.h"
 #include "tracking/tracker.h"
 #include "tracking/worldmap.h"
@@ -138,17 +139,17 @@ const TRACKER_UI kUi = {ui_entry, ui_list_rows, ui_led, ui_button, ui_recorder_t
 
 // ---- Satellites ----
 
+constexpr const char* kDefaultUrl =
+    "https://celestrak.org/NORAD/elements/gp.php?GROUP=weather&FORMAT=tle";
+
+// Age of the oldest set of the element file.
 void show_element_age() {
-  double oldest = 0;
-  time_t now = std::time(nullptr);
-  for (const SAT* s = g_sats; s; s = s->next) {
-    struct tm e {};
-    e.tm_year = s->kepler.epoch_year;
-    e.tm_mday = 1;
-    double epoch = double(timegm(&e)) + (s->kepler.epoch_day - 1) * 86400.0;
-    oldest = std::max(oldest, (double(now) - epoch) / 86400.0);
-  }
-  if (g_sats) Set_Entry(g_page, "!Elements age", "%.1f days", oldest);
+  double newest = 0, oldest = 0;
+  std::string path = data_file_path(prefs.kepler_file);
+  if (elements_age(path.c_str(), double(std::time(nullptr)), &newest, &oldest) > 0)
+    Set_Entry(g_page, "!Elements age", "%.1f days", oldest);
+  else
+    Set_Entry(g_page, "!Elements age", "%s", "");
 }
 
 // (Re)reads the satellites: the pattern of "^Select" when given, else the
@@ -218,6 +219,20 @@ void on_reselect(GtkWidget* w, gpointer) {
 }
 void on_makelist(GtkWidget* w, gpointer) { get_newpasses(g_sats, w, glob_g.tracking, -1); }
 void on_add(GtkWidget*, gpointer) { load_sats(); }
+
+// New elements from the address of "^Elements URL"; the old file stays when
+// the download fails or holds none.
+void on_update(GtkWidget*, gpointer) {
+  std::string url = sgtk_get_text(g_page, "^Elements URL");
+  if (url.empty()) url = kDefaultUrl;
+  Set_Entry(g_page, "!INFO pass", "%s", "Downloading elements...");
+  sgtk_drain_events();
+  std::string msg;
+  int n = update_elements(url.c_str(), data_file_path(prefs.kepler_file).c_str(), &msg);
+  if (prefs.log) log_message("Tracker: %s", msg.c_str());
+  if (n > 0) load_sats();
+  Set_Entry(g_page, "!INFO pass", "%s", msg.c_str());
+}
 
 // Tracking stops and the rotor is sent to its park position through the
 // configured outputs.
@@ -480,6 +495,8 @@ GtkWidget* trackwnd_page() {
                       sgtk_row({sg_entry("!Satellite ", 12), sg_entry("!Azim", 6),
                                 sg_entry("!Elev", 6), sg_entry("!Rotor", 14),
                                 sg_entry("^Rotor connect", 16), sg_entry("!Elements age", 10)}),
+                      sgtk_row({sg_persist(sg_entry("^Elements URL", 40)),
+                                sg_button("Update elements", G_CALLBACK(on_update))}),
                       sgtk_box(false, {sgtk_item(sg_label(times_label)), timeline}, true)});
   GtkWidget* list = sgtk_box(
       false, {compass, sgtk_item(sg_list("list", "Satellite|Up time|Max Elev|Down at|Freq"))},
@@ -487,6 +504,7 @@ GtkWidget* trackwnd_page() {
   GtkWidget* page = sgtk_box(true, {controls, list}, true);
   gtk_widget_set_name(page, "Tracker page");
   g_page = page;
+  Set_Entry(page, "^Elements URL", "%s", kDefaultUrl);  // the stored address replaces it
   g_signal_connect(page, "destroy", G_CALLBACK(on_page_destroy), nullptr);
   g_display_id = g_timeout_add(kDisplayMs, on_display, nullptr);
   g_idle_add(first_list, nullptr);

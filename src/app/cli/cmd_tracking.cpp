@@ -4,6 +4,9 @@
 //   track --simulate --from TIME --hours H [--speed N]
 //                                 the tracking cycle on a simulated clock,
 //                                 one JSON line per event
+//   track --update-elements URL [--elements PATH]
+//                                 new elements through curl/wget, the old
+//                                 file kept unless the new one parses
 //   track --map FILE.png [--from TIME] [--current NAME] [--size WxH]
 //                                 the tracker's world map at TIME (default
 //                                 now) as a PNG, with the positions as JSON
@@ -33,6 +36,7 @@
 #include "reception/ethlink.h"
 #include "reception/ftport.h"
 #include "reception/usblink.h"
+#include "tracking/elements_update.h"
 #include "tracking/rotor.h"
 #include "tracking/rotor_board.h"
 #include "tracking/rs232.h"
@@ -260,6 +264,7 @@ struct TrackOpts {
   bool no_exec = false;
   std::string map, current, size = "720x360";
   std::string park;  // AZ,EL
+  std::string update_url;
   OutOpts out;
 };
 
@@ -359,6 +364,19 @@ bool parse_iso(const std::string& text, time_t* out) {
 void cmd_map(const TrackOpts& o);
 
 void cmd_track(const TrackOpts& o) {
+  if (!o.update_url.empty()) {
+    cli_load_prefs();
+    std::string path = o.elements.empty() ? data_file_path(prefs.kepler_file) : o.elements;
+    std::string msg;
+    int n = update_elements(o.update_url.c_str(), path.c_str(), &msg);
+    json out;
+    out["elements"] = path;
+    out["sets"] = n > 0 ? n : 0;
+    out["message"] = msg;
+    cli_emit(out);
+    if (n <= 0) cli_fail(msg);
+    return;
+  }
   if (!o.map.empty()) {
     cmd_map(o);
     return;
@@ -558,6 +576,8 @@ void cli_add_tracking(CLI::App& app) {
   CLI::App* t = app.add_subcommand("track", "run the tracking cycle");
   t->add_flag("--simulate", to->simulate, "on a simulated clock");
   t->add_option("--from", to->from, "start time, ISO 8601 UTC (--map: the moment, default now)");
+  t->add_option("--update-elements", to->update_url,
+                "download the element file (--elements, default: preferences') from URL");
   t->add_option("--map", to->map, "write the world map at --from to this PNG file");
   t->add_option("--current", to->current, "--map: the highlighted satellite (default: first)");
   t->add_option("--size", to->size, "--map: WIDTHxHEIGHT pixels (default 720x360)");
