@@ -25,6 +25,7 @@
 #include "gui/lumwnd.h"
 #include "gui/mapwnd.h"
 #include "gui/prefwnd.h"
+#include "gui/recpanel.h"
 #include "gui/sgtk.h"
 #include "gui/trackwnd.h"
 #include "gui/viewer.h"
@@ -559,7 +560,7 @@ const SGTK_MENU kMenu[] = {
     {"Zoom/zx->zy", SGM_ITEM, Menu_Zoombuts, nullptr},
     {"Zoom/zy->zx", SGM_ITEM, Menu_Zoombuts, nullptr},
     {"Zoom/Values...", SGM_ITEM, menu_zoom_values, nullptr},
-    {"Record/(A)HRPT...", SGM_ITEM, not_yet, nullptr},
+    {"Record/(A)HRPT...", SGM_ITEM, menu_record_hrpt, nullptr},
     {"Record/IQTest...", SGM_ITEM, not_yet, nullptr},
     {"Channel/False clr", SGM_RADIO, menu_channel, nullptr},
     {"Channel/Ch1", SGM_RADIO, menu_channel, nullptr},
@@ -680,7 +681,7 @@ GtkWidget* make_gui(PICINFO* pic, VIEWINFO* view, RECORDINFO* rec) {
     gtk_notebook_append_page(GTK_NOTEBOOK(notebook), page, gtk_label_new(name));
   };
   add_page(area, "Viewer");
-  add_page(empty_page("Live page"), "Live");
+  add_page(rec_live_page(), "Live");
   if (!sep) {
     add_page(trackwnd_page(), "Tracker");
     add_page(trackwnd_map_page(), "Map");
