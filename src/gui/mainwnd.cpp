@@ -618,12 +618,6 @@ GtkWidget* display_controls() {
   });
 }
 
-GtkWidget* empty_page(const char* name) {
-  GtkWidget* page = gtk_vbox_new(FALSE, 0);
-  gtk_widget_set_name(page, name);
-  return page;
-}
-
 }  // namespace
 
 GtkWidget* make_gui(PICINFO* pic, VIEWINFO* view, RECORDINFO* rec) {
