@@ -36,6 +36,35 @@ int g_map_w = 0, g_map_h = 0;
 std::vector<unsigned char> g_earth;  // the earth map image at the map's size
 int g_earth_w = 0, g_earth_h = 0;
 
+// ---- Lifetime ----
+//
+// Core calls let pending events run; the page may be destroyed (the program
+// quits) inside one. The satellites and the core's lists are then released
+// when the outermost call returns.
+int g_busy = 0;
+bool g_release = false;
+
+void release_page() {
+  run_sun(nullptr, 0);
+  run_track(nullptr, nullptr);
+  tracker_reset();
+  tracker_timer_install(nullptr);
+  g_sats = Remove_Sats(g_sats);
+  glob_g.tracks = nullptr;
+}
+
+struct Busy {
+  Busy() { g_busy++; }
+  ~Busy() {
+    if (--g_busy == 0 && g_release) {
+      g_release = false;
+      release_page();
+    }
+  }
+  Busy(const Busy&) = delete;
+  Busy& operator=(const Busy&) = delete;
+};
+
 // ---- GLib timeouts for the core ----
 
 struct Timeout {
@@ -44,6 +73,7 @@ struct Timeout {
 };
 gboolean on_timeout(gpointer p) {
   auto* t = static_cast<Timeout*>(p);
+  Busy busy;
   return t->fn(t->data) ? TRUE : FALSE;
 }
 unsigned add_timeout(int ms, int (*fn)(void*), void* data) {
@@ -188,6 +218,7 @@ SAT* current_sat() {
 // ---- Controls ----
 
 void on_startstop(GtkWidget* w, gpointer) {
+  Busy busy;
   if (g_syncing) return;
   glob_g.tracking = gtk_toggle_button_get_active(GTK_TOGGLE_BUTTON(w));
   if (glob_g.tracking)
@@ -199,6 +230,7 @@ void on_pause(GtkWidget* w, gpointer) {
   glob_g.rotor_pause = gtk_toggle_button_get_active(GTK_TOGGLE_BUTTON(w));
 }
 void on_reselect(GtkWidget* w, gpointer) {
+  Busy busy;
   GtkWidget* list = Find_Widget(g_page, "list");
   GtkTreeModel* model;
   GtkTreeIter it;
@@ -217,26 +249,35 @@ void on_reselect(GtkWidget* w, gpointer) {
   glob_g.sat_changed = 1;
   get_newpasses(g_sats, w, glob_g.tracking, n);
 }
-void on_makelist(GtkWidget* w, gpointer) { get_newpasses(g_sats, w, glob_g.tracking, -1); }
-void on_add(GtkWidget*, gpointer) { load_sats(); }
+void on_makelist(GtkWidget* w, gpointer) {
+  Busy busy;
+  get_newpasses(g_sats, w, glob_g.tracking, -1);
+}
+void on_add(GtkWidget*, gpointer) {
+  Busy busy;
+  load_sats();
+}
 
 // New elements from the address of "^Elements URL"; the old file stays when
 // the download fails or holds none.
 void on_update(GtkWidget*, gpointer) {
+  Busy busy;
   std::string url = sgtk_get_text(g_page, "^Elements URL");
   if (url.empty()) url = kDefaultUrl;
   Set_Entry(g_page, "!INFO pass", "%s", "Downloading elements...");
   sgtk_drain_events();
+  if (!g_page) return;
   std::string msg;
   int n = update_elements(url.c_str(), data_file_path(prefs.kepler_file).c_str(), &msg);
   if (prefs.log) log_message("Tracker: %s", msg.c_str());
   if (n > 0) load_sats();
-  Set_Entry(g_page, "!INFO pass", "%s", msg.c_str());
+  if (g_page) Set_Entry(g_page, "!INFO pass", "%s", msg.c_str());
 }
 
 // Tracking stops and the rotor is sent to its park position through the
 // configured outputs.
 void on_storm(GtkWidget*, gpointer) {
+  Busy busy;
   if (glob_g.tracking) ui_button("Start /Stop", 0, -1);
   run_track(nullptr, nullptr);
   SAT park{};
@@ -440,20 +481,27 @@ void on_page_destroy(GtkWidget*, gpointer) {
   if (g_display_id) g_source_remove(g_display_id);
   g_display_id = 0;
   tracker_ui_install(nullptr);
-  run_sun(nullptr, 0);
-  run_track(nullptr, nullptr);
-  tracker_reset();
-  tracker_timer_install(nullptr);
-  g_sats = Remove_Sats(g_sats);
-  glob_g.tracks = nullptr;
   g_page = nullptr;
+  if (g_busy)
+    g_release = true;
+  else
+    release_page();
 }
 
 void on_map_destroy(GtkWidget*, gpointer) { g_map = nullptr; }
 
-// Builds the first list once the page is shown (the main loop runs then).
+// Builds the first list once the page is shown (the main loop runs then). It
+// only shows the passes: decoder and tuner are switched when the user starts
+// tracking or picks a pass, not under a recording started from the command
+// line.
 gboolean first_list(gpointer) {
-  if (g_page) load_sats();
+  if (!g_page) return FALSE;
+  Busy busy;
+  int decoder = prefs.auto_decoder, tuner = prefs.auto_tuner;
+  prefs.auto_decoder = prefs.auto_tuner = 0;
+  load_sats();
+  prefs.auto_decoder = decoder;
+  prefs.auto_tuner = tuner;
   return FALSE;
 }
 
