@@ -682,8 +682,7 @@ GtkWidget* make_gui(PICINFO* pic, VIEWINFO* view, RECORDINFO* rec) {
   }
   add_page(nb_debug(), "Debug");
   if (sep) {
-    GtkWidget* trk =
-        sgtk_window("Tracker", sgtk_box(true, {trackwnd_page(), trackwnd_map_page()}, true));
+    GtkWidget* trk = sgtk_window("Tracker", trackwnd_window_content());
     gtk_window_set_default_size(GTK_WINDOW(trk), 500, 200);
     sgtk_set_sensitive(trk, "Add ", 0);
     gtk_window_move(GTK_WINDOW(trk), prefs.trk_wnd_x, prefs.trk_wnd_y);

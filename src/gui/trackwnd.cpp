@@ -570,3 +570,12 @@ GtkWidget* trackwnd_map_page() {
   gtk_widget_set_name(page, "Map page");
   return page;
 }
+
+GtkWidget* trackwnd_window_content() {
+  GtkWidget* sw = gtk_scrolled_window_new(nullptr, nullptr);
+  gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(sw), GTK_POLICY_AUTOMATIC,
+                                 GTK_POLICY_AUTOMATIC);
+  gtk_scrolled_window_add_with_viewport(
+      GTK_SCROLLED_WINDOW(sw), sgtk_box(true, {trackwnd_page(), trackwnd_map_page()}, true));
+  return sw;
+}

@@ -11,3 +11,5 @@
 GtkWidget* trackwnd_page();
 // The world map page's content (a drawing area redrawn every few seconds).
 GtkWidget* trackwnd_map_page();
+// Both, scrolled, for the tracker's own window (which keeps its size).
+GtkWidget* trackwnd_window_content();
