@@ -30,6 +30,7 @@
 #include "gui/prefwnd.h"
 #include "gui/recpanel.h"
 #include "gui/sgtk.h"
+#include "gui/trackwnd.h"
 #include "gui/tunewnd.h"
 #include "gui/viewer.h"
 
@@ -621,12 +622,6 @@ GtkWidget* display_controls() {
   });
 }
 
-GtkWidget* empty_page(const char* name) {
-  GtkWidget* page = gtk_vbox_new(FALSE, 0);
-  gtk_widget_set_name(page, name);
-  return page;
-}
-
 }  // namespace
 
 GtkWidget* make_gui(PICINFO* pic, VIEWINFO* view, RECORDINFO* rec) {
@@ -686,13 +681,14 @@ GtkWidget* make_gui(PICINFO* pic, VIEWINFO* view, RECORDINFO* rec) {
   add_page(area, "Viewer");
   add_page(rec_live_page(), "Live");
   if (!sep) {
-    add_page(empty_page("Tracker page"), "Tracker");
-    add_page(empty_page("Map page"), "Map");
+    add_page(trackwnd_page(), "Tracker");
+    add_page(trackwnd_map_page(), "Map");
   }
   add_page(nb_debug(), "Debug");
   if (sep) {
-    GtkWidget* trk = sgtk_window("Tracker", empty_page("Tracker page"));
+    GtkWidget* trk = sgtk_window("Tracker", trackwnd_window_content());
     gtk_window_set_default_size(GTK_WINDOW(trk), 500, 200);
+    sgtk_set_sensitive(trk, "Add ", 0);
     gtk_window_move(GTK_WINDOW(trk), prefs.trk_wnd_x, prefs.trk_wnd_y);
     gtk_widget_show_all(trk);
   }

@@ -2,8 +2,9 @@
 """A day of the tracking cycle on a simulated clock (pava-cli track --simulate)
 against the board emulator and hamlib's rotctld (dummy rotor): every pass
 above the minimum elevation that the tracker can take in turn is followed,
-with one rise and one set each, at the times skyfield predicts; rotctld ends
-where the last target sent put it. Argument: the build's bin directory."""
+with one rise and one set each, at the times skyfield predicts; rotctld got
+the targets of the passes and ends where the last target sent (the park
+position, away from the dummy rotor's start) put it. Argument: the build's bin directory."""
 import json
 import os
 import shutil
@@ -21,6 +22,7 @@ START = 1603756800  # 2020-10-27T00:00:00Z
 HOURS = 24
 LAT, LON = 52.0, 5.0
 ELEV_DET = 10
+PARK = (123.4, 20.0)  # not where the dummy rotor starts (0, 0)
 TOL = 3.0  # seconds between the model and the oracle at rise and set
 failures = []
 
@@ -39,24 +41,10 @@ if ok.returncode != 0:
     print("skyfield missing")
     sys.exit(77)
 
-# Passes predicted by skyfield, from an hour before the start (passes in progress).
-out = subprocess.run(["/usr/bin/python3", ORACLE, "passes", TLE, str(LAT), str(LON), "0",
-                      str(START - 3600), str(HOURS + 2)], capture_output=True, text=True,
-                     check=True).stdout
-passes = []  # (rise, set, max_alt, name)
-cur = {}
-rows = [l.split() for l in out.splitlines() if l.strip()]
-for name, kind, unix, alt in rows:
-    name = name.replace("_", " ").strip()
-    kind, unix, alt = int(kind), float(unix), float(alt)
-    if kind == 0:
-        cur[name] = [unix, None, -90.0]
-    elif kind == 1 and name in cur:
-        cur[name][2] = max(cur[name][2], alt)
-    elif kind == 2 and name in cur:
-        r = cur.pop(name)
-        passes.append((r[0], unix, r[2], name))
-passes.sort()
+# Passes predicted by skyfield, from an hour before the start (passes in
+# progress); computed while the simulation runs.
+oracle = subprocess.Popen(["/usr/bin/python3", ORACLE, "passes", TLE, str(LAT), str(LON), "0",
+                           str(START - 3600), str(HOURS + 2)], stdout=subprocess.PIPE, text=True)
 
 s = socket.socket()
 s.bind(("127.0.0.1", 0))
@@ -88,12 +76,29 @@ try:
     t0 = time.time()
     p = subprocess.run([CLI, "track", "--simulate", "--from", "2020-10-27T00:00:00Z", "--hours",
                         str(HOURS), "--elements", TLE, "--observer", "%g,%g" % (LAT, LON),
-                        "--elev-det", str(ELEV_DET), "--sats", "*", "--board-emulator", "--rotctld",
-                        "127.0.0.1:%d" % port, "--no-exec"], capture_output=True, text=True,
-                       timeout=300)
+                        "--elev-det", str(ELEV_DET), "--sats", "*", "--nr", "3",
+                        "--board-emulator", "--rotctld", "127.0.0.1:%d" % port,
+                        "--park", "%g,%g" % PARK, "--no-exec"],
+                       capture_output=True, text=True, timeout=300)
     print("simulated %d h in %.1f s" % (HOURS, time.time() - t0))
     check(p.returncode == 0, "exit status %d: %s" % (p.returncode, p.stderr[-300:]))
     events = [json.loads(l) for l in p.stdout.splitlines()]
+    out, _ = oracle.communicate(timeout=300)
+    check(oracle.returncode == 0, "oracle failed")
+    passes = []  # (rise, set, max_alt, name)
+    cur = {}
+    rows = [l.split() for l in out.splitlines() if l.strip()]
+    for name, kind, unix, alt in rows:
+        name = name.replace("_", " ").strip()
+        kind, unix, alt = int(kind), float(unix), float(alt)
+        if kind == 0:
+            cur[name] = [unix, None, -90.0]
+        elif kind == 1 and name in cur:
+            cur[name][2] = max(cur[name][2], alt)
+        elif kind == 2 and name in cur:
+            r = cur.pop(name)
+            passes.append((r[0], unix, r[2], name))
+    passes.sort()
 
     def unix(ev):
         import calendar
@@ -145,18 +150,31 @@ try:
 
     summ = events[-1]
     check(summ["event"] == "summary", "summary last")
-    az, el = summ["last_target"]["az"], summ["last_target"]["el"]
+    # What rotctld acknowledged: "P az el" rotor events.
+    sent = [ev for ev in events
+            if ev["event"] == "rotor" and ev.get("detail", "").startswith("P ")]
+    check(len(sent) > 20 * len(followed), "rotctld got %d targets for %d passes" %
+          (len(sent), len(followed)))
+    in_pass = [ev for ev in sent if float(ev["detail"].split()[2]) > 5.0]
+    check(len(in_pass) > 10 * len(followed), "only %d targets above 5 degrees" % len(in_pass))
+    az, el = [float(v) for v in sent[-1]["detail"].split()[1:3]] if sent else (None, None)
+    check((az, el) == PARK, "last target sent %s,%s, park %s" % (az, el, PARK))
+    check(abs(summ["last_target"]["az"] - PARK[0]) < 0.05 and
+          abs(summ["last_target"]["el"] - PARK[1]) < 0.05,
+          "summary target %s" % summ["last_target"])
     # The dummy rotor moves about 6 degrees a second: wait for it to arrive.
     deadline = time.time() + 40
     pos = None
-    while time.time() < deadline:
+    while az is not None and time.time() < deadline:
         pos = [float(v) for v in rotctl("p\n")[:2]]
         if abs(pos[0] - az) < 0.2 and abs(pos[1] - el) < 0.2:
             break
         time.sleep(0.2)
-    check(pos and abs(pos[0] - az) < 0.2 and abs(pos[1] - el) < 0.2,
+    check(az is not None and pos and abs(pos[0] - az) < 0.2 and abs(pos[1] - el) < 0.2,
           "rotctld at %s, last target %s,%s" % (pos, az, el))
 finally:
+    if oracle.poll() is None:
+        oracle.kill()
     rot.terminate()
     rot.wait()
 

@@ -4,6 +4,12 @@
 //   track --simulate --from TIME --hours H [--speed N]
 //                                 the tracking cycle on a simulated clock,
 //                                 one JSON line per event
+//   track --update-elements URL [--elements PATH]
+//                                 new elements through curl/wget, the old
+//                                 file kept unless the new one parses
+//   track --map FILE.png [--from TIME] [--current NAME] [--size WxH]
+//                                 the tracker's world map at TIME (default
+//                                 now) as a PNG, with the positions as JSON
 // Output peers can be replaced for tests and set-up checks: --board-emulator,
 // --serial-device PATH, --net HOST:PORT, --rotctld HOST:PORT.
 #include <cmath>
@@ -20,16 +26,22 @@
 
 #include "app/cli/cli.h"
 #include "app/ui_ops.h"
+#include "config/datadir.h"
 #include "config/prefs.h"
+#include "export/imgcodec.h"
 #include "orbit/satdb.h"
+#include "orbit/satpos.h"
+#include "orbit/sunmoon.h"
 #include "reception/boardemu.h"
 #include "reception/ethlink.h"
 #include "reception/ftport.h"
 #include "reception/usblink.h"
+#include "tracking/elements_update.h"
 #include "tracking/rotor.h"
 #include "tracking/rotor_board.h"
 #include "tracking/rs232.h"
 #include "tracking/tracker.h"
+#include "tracking/worldmap.h"
 
 namespace {
 
@@ -250,6 +262,9 @@ struct TrackOpts {
   std::string observer;  // LAT,LON[,ALT_M]
   int elev_det = -1;
   bool no_exec = false;
+  std::string map, current, size = "720x360";
+  std::string park;  // AZ,EL
+  std::string update_url;
   OutOpts out;
 };
 
@@ -346,9 +361,28 @@ bool parse_iso(const std::string& text, time_t* out) {
   return true;
 }
 
+void cmd_map(const TrackOpts& o);
+
 void cmd_track(const TrackOpts& o) {
+  if (!o.update_url.empty()) {
+    cli_load_prefs();
+    std::string path = o.elements.empty() ? data_file_path(prefs.kepler_file) : o.elements;
+    std::string msg;
+    int n = update_elements(o.update_url.c_str(), path.c_str(), &msg);
+    json out;
+    out["elements"] = path;
+    out["sets"] = n > 0 ? n : 0;
+    out["message"] = msg;
+    cli_emit(out);
+    if (n <= 0) cli_fail(msg);
+    return;
+  }
+  if (!o.map.empty()) {
+    cmd_map(o);
+    return;
+  }
   if (!o.simulate) {
-    cli_fail("only --simulate is available headless");
+    cli_fail("give --simulate or --map");
     return;
   }
   time_t start;
@@ -375,7 +409,16 @@ void cmd_track(const TrackOpts& o) {
     prefs.refpos.alt = float(alt / 1000);
   }
   if (o.elev_det >= 0) prefs.elev_det = o.elev_det;
-  std::string elements = o.elements.empty() ? prefs.kepler_file : o.elements;
+  if (!o.park.empty()) {
+    float az, el;
+    if (!parse_pair(o.park, &az, &el) || az < 0 || az >= 360 || el < 0 || el > 90) {
+      cli_fail("--park wants AZ,EL in degrees: " + o.park);
+      return;
+    }
+    prefs.rotor.storm.azim = az;
+    prefs.rotor.storm.elev = el;
+  }
+  std::string elements = o.elements.empty() ? data_file_path(prefs.kepler_file) : o.elements;
   SAT* sats = prepare_track(nullptr, elements.c_str(), o.sats.empty() ? nullptr : o.sats.c_str(),
                             prefs.sats);
   if (!sats) {
@@ -429,6 +472,96 @@ void cmd_track(const TrackOpts& o) {
   Remove_Sats(sats);
 }
 
+// The observer and satellites of the options, over the preferences.
+bool set_observer(const std::string& text) {
+  if (text.empty()) return true;
+  double lat, lon, alt = 0;
+  int n = std::sscanf(text.c_str(), "%lf,%lf,%lf", &lat, &lon, &alt);
+  if (n < 2 || std::fabs(lat) > 90 || std::fabs(lon) > 360 || !std::isfinite(alt)) {
+    cli_fail("--observer wants LAT,LON[,ALT_M]: " + text);
+    return false;
+  }
+  prefs.refpos = EPOINT{};
+  prefs.refpos.lat = float(lat * M_PI / 180);
+  prefs.refpos.lon = float(lon * M_PI / 180);
+  prefs.refpos.alt = float(alt / 1000);
+  return true;
+}
+
+void cmd_map(const TrackOpts& o) {
+  cli_load_prefs();
+  time_t at = std::time(nullptr);
+  if (!o.from.empty() && !parse_iso(o.from, &at)) {
+    cli_fail("bad --from time: " + o.from);
+    return;
+  }
+  WMAP_OPTS m = worldmap_defaults();
+  char extra;
+  if (std::sscanf(o.size.c_str(), "%dx%d%c", &m.width, &m.height, &extra) != 2 || m.width < 16 ||
+      m.height < 16 || m.width > 8192 || m.height > 8192) {
+    cli_fail("--size wants WIDTHxHEIGHT, 16 to 8192 each: " + o.size);
+    return;
+  }
+  if (!set_observer(o.observer)) return;
+  std::string elements = o.elements.empty() ? data_file_path(prefs.kepler_file) : o.elements;
+  SAT* sats = prepare_track(nullptr, elements.c_str(), o.sats.empty() ? nullptr : o.sats.c_str(),
+                            prefs.sats);
+  if (!sats) {
+    cli_fail("no satellites from " + elements);
+    return;
+  }
+  SAT* cur = o.current.empty() ? sats : Find_Sat(sats, o.current.c_str());
+  if (!cur) {
+    cli_fail("no satellite " + o.current + " in the list");
+    Remove_Sats(sats);
+    return;
+  }
+  for (SAT* s = sats; s; s = s->next) s->visible = 1;
+  gmtime_r(&at, &m.time);
+  m.coast = worldmap_coast("gshhs_l.b");
+  if (!m.coast) m.coast = worldmap_coast(prefs.coast_file);
+  m.observer = &prefs.refpos;
+  m.sats = sats;
+  m.current = cur;
+  m.radio_horizon_deg = prefs.radio_horizon;
+  m.shadow_fact = prefs.shadow_fact;
+  for (int i = 0; i < WC_COUNT && i < PREFS_NCOLOURS; i++) m.clr[i] = prefs.clr[i];
+  std::vector<unsigned char> rgb;
+  json out;
+  if (draw_worldmap(m, &rgb) != 0 || png_write_rgb(o.map.c_str(), m.width, m.height, rgb.data())) {
+    cli_fail("can't write " + o.map);
+  } else {
+    out["map"] = o.map;
+    out["time"] = cli_iso_time(m.time, 0);
+    out["width"] = m.width;
+    out["height"] = m.height;
+    out["coast"] = m.coast != nullptr;
+    auto pix = [&](double lon, double lat) {
+      double x, y;
+      wmap_lonlat2xy(m.width, m.height, lon, lat, &x, &y);
+      return json{{"lon", std::round(lon * 1000) / 1000},
+                  {"lat", std::round(lat * 1000) / 1000},
+                  {"x", int(std::floor(x + 1e-6))},
+                  {"y", int(std::floor(y + 1e-6))}};
+    };
+    out["observer"] = pix(prefs.refpos.lon * 180 / M_PI, prefs.refpos.lat * 180 / M_PI);
+    EPOINT sun = calc_sun(&m.time);
+    out["sun"] = pix(sun.lon * 180 / M_PI, sun.lat * 180 / M_PI);
+    json list = json::array();
+    for (SAT* s = sats; s; s = s->next) {
+      EPOINT p{};
+      if (calc_onepos(s, &m.time, 0, &p, nullptr) != 0) continue;
+      json j = pix(p.lon * 180 / M_PI, p.lat * 180 / M_PI);
+      j["name"] = s->satname;
+      j["current"] = s == cur;
+      list.push_back(j);
+    }
+    out["sats"] = list;
+    cli_emit(out);
+  }
+  Remove_Sats(sats);
+}
+
 }  // namespace
 
 void cli_add_tracking(CLI::App& app) {
@@ -442,7 +575,12 @@ void cli_add_tracking(CLI::App& app) {
   auto to = std::make_shared<TrackOpts>();
   CLI::App* t = app.add_subcommand("track", "run the tracking cycle");
   t->add_flag("--simulate", to->simulate, "on a simulated clock");
-  t->add_option("--from", to->from, "start time, ISO 8601 UTC")->required();
+  t->add_option("--from", to->from, "start time, ISO 8601 UTC (--map: the moment, default now)");
+  t->add_option("--update-elements", to->update_url,
+                "download the element file (--elements, default: preferences') from URL");
+  t->add_option("--map", to->map, "write the world map at --from to this PNG file");
+  t->add_option("--current", to->current, "--map: the highlighted satellite (default: first)");
+  t->add_option("--size", to->size, "--map: WIDTHxHEIGHT pixels (default 720x360)");
   t->add_option("--hours", to->hours, "simulated hours (default 24)");
   t->add_option("--speed", to->speed, "clock runs N times faster (default: as fast as possible)");
   t->add_option("--elements", to->elements, "element file (default: the preferences')");
@@ -450,6 +588,7 @@ void cli_add_tracking(CLI::App& app) {
   t->add_option("--nr", to->nr, "passes in the list (default 10)");
   t->add_option("--observer", to->observer, "observer LAT,LON[,ALT_M] (default: preferences)");
   t->add_option("--elev-det", to->elev_det, "minimum maximum elevation of a pass, degrees");
+  t->add_option("--park", to->park, "park position AZ,EL in degrees (default: preferences)");
   t->add_flag("--no-exec", to->no_exec, "report external commands without running them");
   add_out_opts(t, &to->out);
   t->callback([to] { cmd_track(*to); });
