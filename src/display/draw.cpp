@@ -36,7 +36,6 @@ struct DrawCtx {
   bool grid = false, coast = false;
   int step_lon = 1, step_lat = 1;
   uint8_t grid_rgb[3] = {}, cont_rgb[3] = {};
-  int xmin = 0, xmax = -1;  // picture columns the screen map reads
 };
 
 // Per-thread work rows.
@@ -146,12 +145,15 @@ void compute_values(const DrawCtx& c, RowBufs& rb, int py, const int* cols, int 
   for (int ch : c.active) {
     gather(c, ch, py, cols, n, fv);
     const float wr = m.red[ch], wg = m.green[ch], wb = m.blue[ch];
-    // Truncated after every channel, as compose_pixel does.
-    for (int i = 0; i < n; i++) {
-      R[i] = int(wr * fv[i] + float(R[i]));
-      G[i] = int(wg * fv[i] + float(G[i]));
-      B[i] = int(wb * fv[i] + float(B[i]));
-    }
+    // Truncated after every channel, as compose_pixel does. A zero weight
+    // leaves the sum as it is (0 * v + s is s exactly), so it is skipped:
+    // the standard maps give most channels one or two colours only.
+    if (wr != 0.0f)
+      for (int i = 0; i < n; i++) R[i] = int(wr * fv[i] + float(R[i]));
+    if (wg != 0.0f)
+      for (int i = 0; i < n; i++) G[i] = int(wg * fv[i] + float(G[i]));
+    if (wb != 0.0f)
+      for (int i = 0; i < n; i++) B[i] = int(wb * fv[i] + float(B[i]));
   }
   const float lum = m.lum;
   for (int i = 0; i < n; i++) {
@@ -194,34 +196,6 @@ void make_cells(OVLINFO* o, int step_lon, int step_lat) {
 inline uint8_t cell_cross(int a, int b, int half) {
   int d = a - b;
   return uint8_t((d != 0) & (unsigned(d + half - 1) < unsigned(2 * half - 1)));
-}
-
-// Asks the memory for the samples and overlay cells of picture line py that
-// the screen map reads, while the row before is drawn: a row reads a few
-// pages of a picture far larger than the caches, and waiting for each of
-// them is most of a drawing's time otherwise.
-void prefetch_line(const DrawCtx& c, int py, bool cells) {
-  const XLINE* l = pic_line(c.pic, py);
-  if (!l || c.xmax < c.xmin) return;
-  const int x1 = std::min(c.xmax, l->width - 1);
-  auto span = [&](const char* base, size_t elem) {
-    const char* a = base + size_t(c.xmin) * elem;
-    const char* e = base + size_t(x1) * elem;
-    for (; a <= e; a += 64) __builtin_prefetch(a, 0, 2);
-  };
-  if (c.false_clr) {
-    for (int ch : c.active) {
-      const int s = c.slot[ch];
-      if (s >= 0 && s < l->nrchan && l->line[s]) span(reinterpret_cast<const char*>(l->line[s]), 2);
-    }
-  } else if (!c.temp_mode) {
-    const int s = c.slot[c.chan];
-    if (s >= 0 && s < l->nrchan && l->line[s]) span(reinterpret_cast<const char*>(l->line[s]), 2);
-  }
-  const std::vector<uint32_t>& cl = c.pic->ovlinfo.cells;
-  const size_t pw = size_t(c.pic->width);
-  if (cells && size_t(py + 1) * pw <= cl.size())
-    span(reinterpret_cast<const char*>(&cl[size_t(py) * pw]), 4);
 }
 
 void paint(uint8_t* px, const uint8_t* rgb) {
@@ -270,8 +244,6 @@ void draw_rows(const DrawCtx& c, int y0, int y1, uint8_t* out, long* hist_out) {
       last_py = -1;
       continue;
     }
-    if (py != last_py && sy + 1 < y1 && c.ymap[sy + 1] != py && c.ymap[sy + 1] >= 0)
-      prefetch_line(c, c.ymap[sy + 1], grid || coast);
     if (py == last_py) {
       std::memcpy(row, rb.base.data(), rowbytes);
       for (int i = 0; i < nv; i++) hist[((i & 3) << 10) + rb.hidx[size_t(i)]]++;
@@ -445,11 +417,6 @@ int draw_pic(PICINFO* pic, VIEWINFO* view, int width, int height, RGBIMAGE* out,
   c.xmap = view->xmap.data();
   c.ymap = view->ymap.data();
   while (c.nvalid < width && c.xmap[c.nvalid] >= 0) c.nvalid++;
-  if (c.nvalid > 0) {
-    const auto mm = std::minmax_element(c.xmap, c.xmap + c.nvalid);
-    c.xmin = std::max(0, *mm.first);
-    c.xmax = *mm.second;
-  }
 
   const float gamma = (c.false_clr && opts->map_window_open) ? view->cmhc.gamma : view->gamma;
   if (map_z(view->lum_min, view->lum_max, gamma, view->invert, DRAW_PALETTE, DRAW_LUMTABLE,
