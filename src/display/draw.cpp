@@ -145,12 +145,15 @@ void compute_values(const DrawCtx& c, RowBufs& rb, int py, const int* cols, int 
   for (int ch : c.active) {
     gather(c, ch, py, cols, n, fv);
     const float wr = m.red[ch], wg = m.green[ch], wb = m.blue[ch];
-    // Truncated after every channel, as compose_pixel does.
-    for (int i = 0; i < n; i++) {
-      R[i] = int(wr * fv[i] + float(R[i]));
-      G[i] = int(wg * fv[i] + float(G[i]));
-      B[i] = int(wb * fv[i] + float(B[i]));
-    }
+    // Truncated after every channel, as compose_pixel does. A zero weight
+    // leaves the sum as it is (0 * v + s is s exactly), so it is skipped:
+    // the standard maps give most channels one or two colours only.
+    if (wr != 0.0f)
+      for (int i = 0; i < n; i++) R[i] = int(wr * fv[i] + float(R[i]));
+    if (wg != 0.0f)
+      for (int i = 0; i < n; i++) G[i] = int(wg * fv[i] + float(G[i]));
+    if (wb != 0.0f)
+      for (int i = 0; i < n; i++) B[i] = int(wb * fv[i] + float(B[i]));
   }
   const float lum = m.lum;
   for (int i = 0; i < n; i++) {
@@ -252,12 +255,21 @@ void draw_rows(const DrawCtx& c, int y0, int y1, uint8_t* out, long* hist_out) {
       int* hidx = rb.hidx.data();
       for (int i = 0; i < nv; i++) hidx[i] = std::min((R[i] + G[i] + B[i]) / 3, 1023);
       for (int i = 0; i < nv; i++) hist[((i & 3) << 10) + hidx[i]]++;
-      for (int i = 0; i < nv; i++) {
-        const int r = R[i], g = G[i], b = B[i];
+      int i = 0;
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+      // One 4-byte store a pixel; its fourth byte is the next pixel's first,
+      // written right after (the row's last pixel is left to the plain loop).
+      for (const int nfast = 3 * nv + 1 <= int(rowbytes) ? nv : nv - 1; i < nfast; i++) {
+        const uint32_t v =
+            uint32_t(c.out_r[R[i]]) | uint32_t(c.out_g[G[i]]) << 8 | uint32_t(c.out_b[B[i]]) << 16;
+        std::memcpy(row + 3 * i, &v, 4);
+      }
+#endif
+      for (; i < nv; i++) {
         uint8_t* px = row + 3 * i;
-        px[0] = c.out_r[r];
-        px[1] = c.out_g[g];
-        px[2] = c.out_b[b];
+        px[0] = c.out_r[R[i]];
+        px[1] = c.out_g[G[i]];
+        px[2] = c.out_b[B[i]];
       }
       std::memset(row + 3 * nv, 0, rowbytes - size_t(3 * nv));
       std::memcpy(rb.base.data(), row, rowbytes);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <thread>
 
 #include "common/timeutil.h"
 #include "config/prefs.h"
@@ -33,6 +34,24 @@ int degree_bits(long m) {
   if (m % 5 == 0) b |= 4;
   if (m % 10 == 0) b |= 8;
   return b;
+}
+
+// Number of parts parallel_parts makes of n rows.
+constexpr int kMaxParts = 8;
+int part_count(int n) {
+  return std::clamp(std::min(int(std::thread::hardware_concurrency()), n / 256), 1, kMaxParts);
+}
+
+// Runs fn(begin, end, part) on the part_count(n) parts of [0, n), on as many
+// threads (the calling one among them). The parts must be independent.
+template <class F>
+void parallel_parts(int n, F fn) {
+  const int nt = part_count(n);
+  std::vector<std::thread> workers;
+  for (int t = 1; t < nt; t++)
+    workers.emplace_back(fn, int(long(n) * t / nt), int(long(n) * (t + 1) / nt), t);
+  fn(0, int(long(n) / nt), 0);
+  for (auto& w : workers) w.join();
 }
 
 // Earth-centre angle and its cosine/sine for every pixel of a line: the same
@@ -68,10 +87,7 @@ void line_positions_with(XLINE* l, const EPOINT& earth, const EPOINT& sat, doubl
     double px = ux * c + s * si, py = uy * c, pz = uz * c - s * ci;
     if (s == 0) px = ux, py = uy, pz = uz;
     double pl = std::sqrt(px * px + py * py + pz * pz);
-    EPOINT& p = l->pos[x];
-    p.x = float(px);
-    p.y = float(py);
-    p.z = float(pz);
+    GEOPOS& p = l->pos[x];
     p.lon = float(wrap_pi(-(std::atan2(px / pl, py / pl) + lam)));
     p.lat = float(std::asin(std::clamp(pz / pl, -1.0, 1.0)));
   }
@@ -151,10 +167,7 @@ bool line_positions_precise(XLINE* l, const KEPLER& kepler, double jd, const Sca
     // A look past the limb takes the tangent point.
     const double t = (-qb - std::sqrt(std::max(0.0, disc))) / qa;
     const double g[3] = {p[0] + t * d[0], p[1] + t * d[1], p[2] + t * d[2]};
-    EPOINT& e = l->pos[x];
-    e.x = float(g[0] / kWgsA);
-    e.y = float(g[1] / kWgsA);
-    e.z = float(g[2] / kWgsA);
+    GEOPOS& e = l->pos[x];
     e.lon = float(std::atan2(g[1], g[0]));
     e.lat = float(std::atan2(g[2], (1.0 - kWgsE2) * std::hypot(g[0], g[1])));
   };
@@ -166,8 +179,8 @@ bool line_positions_precise(XLINE* l, const KEPLER& kepler, double jd, const Sca
   for (int x0 = 0; x0 < w - 1; x0 += kStep) {
     const int x1 = std::min(x0 + kStep, w - 1);
     exact(x1);
-    const EPOINT& e0 = l->pos[x0];
-    const EPOINT& e1 = l->pos[x1];
+    const GEOPOS& e0 = l->pos[x0];
+    const GEOPOS& e1 = l->pos[x1];
     const double dlon = std::remainder(double(e1.lon) - e0.lon, 2 * M_PI);
     if (std::fabs(e0.lat) > 1.3 || std::fabs(e1.lat) > 1.3 || std::fabs(dlon) > 0.035) {
       for (int x = x0 + 1; x < x1; x++) exact(x);
@@ -175,10 +188,7 @@ bool line_positions_precise(XLINE* l, const KEPLER& kepler, double jd, const Sca
     }
     for (int x = x0 + 1; x < x1; x++) {
       const double f = double(x - x0) / double(x1 - x0);
-      EPOINT& e = l->pos[x];
-      e.x = float(e0.x + f * (e1.x - e0.x));
-      e.y = float(e0.y + f * (e1.y - e0.y));
-      e.z = float(e0.z + f * (e1.z - e0.z));
+      GEOPOS& e = l->pos[x];
       e.lon = float(wrap_pi(e0.lon + f * dlon));
       e.lat = float(e0.lat + f * (e1.lat - e0.lat));
     }
@@ -239,33 +249,39 @@ int add_subsatpos(PICINFO* pic) {
   int maxw = 0;
   for (XLINE* l = pic->xline; l; l = l->next) maxw = std::max(maxw, l->width);
   const bool precise = prefs.precise_geolocation && pic->kepler.sgp4_ready;
-  ScanAngles ang = precise ? sensor_angles(orbit, maxw) : scan_angles(orbit, maxw);
+  const ScanAngles ang = precise ? sensor_angles(orbit, maxw) : scan_angles(orbit, maxw);
 
-  int done = 0;
-  XLINE* prev = nullptr;
-  for (XLINE* l = pic->xline; l; prev = l, l = l->next) {
+  // Positions of line i; false when the model failed there.
+  auto positions = [&](XLINE* l) {
     struct tm t = l->tm_ms.tm;
     t.tm_sec += orbit.offset_sec;
     t.tm_hour += orbit.offset_gmt;
     pava::mktime_utc(&t);
     EPOINT earth{}, sat{}, subsat{};
-    if (calc_sat_earth_v2(&t, l->tm_ms.ms, &pic->kepler, &orbit, &earth, &sat, &subsat) != 0) {
-      if (done == 0) return -1;
-      continue;
-    }
+    if (calc_sat_earth_v2(&t, l->tm_ms.ms, &pic->kepler, &orbit, &earth, &sat, &subsat) != 0)
+      return false;
     l->subsatpos = subsat;
-    if (precise) {
-      if (!line_positions_precise(l, pic->kepler, orbit_julian_date(&t, l->tm_ms.ms), ang)) {
-        if (done == 0) return -1;
-        continue;
-      }
-    } else {
-      line_positions_with(l, earth, sat, si, ci, ang);
-    }
-    line_olmask(prev, l);
-    done++;
-  }
-  return done;
+    if (precise)
+      return line_positions_precise(l, pic->kepler, orbit_julian_date(&t, l->tm_ms.ms), ang);
+    line_positions_with(l, earth, sat, si, ci, ang);
+    return true;
+  };
+  // The first line decides whether the model works at all; the others are
+  // independent of each other, and each line's grid mask needs only its own
+  // positions and those of the line before (left as they were when the model
+  // failed there).
+  const int n = pic_line_count(pic);
+  if (!positions(pic_line(pic, 0))) return -1;
+  std::vector<uint8_t> ok(size_t(n), 0);
+  ok[0] = 1;
+  parallel_parts(n - 1, [&](int b, int e, int) {
+    for (int i = b + 1; i < e + 1; i++) ok[size_t(i)] = positions(pic_line(pic, i));
+  });
+  parallel_parts(n, [&](int b, int e, int) {
+    for (int i = b; i < e; i++)
+      if (ok[size_t(i)]) line_olmask(i > 0 ? pic_line(pic, i - 1) : nullptr, pic_line(pic, i));
+  });
+  return int(std::count(ok.begin(), ok.end(), uint8_t(1)));
 }
 
 int xy2lonlat(int x, int y, const XLINE* line, const PICINFO* pic, EPOINT* out) {
@@ -276,7 +292,8 @@ int xy2lonlat(int x, int y, const XLINE* line, const PICINFO* pic, EPOINT* out) 
   }
   if (!line || !line->pos || line->width <= 0) return 0;
   x = std::clamp(x, 0, line->width - 1);
-  *out = line->pos[x];
+  *out = EPOINT{};
+  out->lat = line->pos[x].lat;
   out->lon = float(line->pos[x].lon + kPi * pic->orbit.offset_lon / 180.0);
   return 1;
 }
@@ -284,30 +301,48 @@ int xy2lonlat(int x, int y, const XLINE* line, const PICINFO* pic, EPOINT* out) 
 std::vector<DBLFLOAT> mklut_xy2lonlat(const XLINE* first, int width, int height, float offset_lon) {
   std::vector<DBLFLOAT> t;
   if (width <= 0 || height <= 0) return t;
-  t.assign(size_t(width) * size_t(height) + 2, DBLFLOAT{0, 0});
+  t.resize(size_t(width) * size_t(height) + 2);  // every entry is written below
   double off = kPi * offset_lon / 180.0;
-  double minlon = 10.0, minlat = 10.0, maxlon = -10.0, maxlat = -10.0;
+  std::vector<const XLINE*> lines(size_t(height), nullptr);
   int y = 0;
-  for (const XLINE* l = first; l && y < height; l = l->next, y++) {
-    if (!l->pos) continue;
-    int w = std::min(width, l->width);
-    DBLFLOAT* row = &t[size_t(y) * size_t(width)];
-    for (int x = 0; x < w; x++) {
-      double lon = l->pos[x].lon + off;
-      double lat = l->pos[x].lat;
-      row[x].a = float(lon * kRad2Deg);
-      row[x].b = float(lat * kRad2Deg);
-      if (l->tm_ms.valid) {
-        minlon = std::min(minlon, lon);
-        maxlon = std::max(maxlon, lon);
-        minlat = std::min(minlat, lat);
-        maxlat = std::max(maxlat, lat);
+  for (const XLINE* l = first; l && y < height; l = l->next, y++) lines[size_t(y)] = l;
+  // Bounds per part, joined after.
+  struct Bounds {
+    double minlon = 10.0, minlat = 10.0, maxlon = -10.0, maxlat = -10.0;
+  };
+  std::vector<Bounds> parts(size_t(part_count(height)));
+  parallel_parts(height, [&](int b, int e, int part) {
+    Bounds bd;
+    for (int yy = b; yy < e; yy++) {
+      DBLFLOAT* row = &t[size_t(yy) * size_t(width)];
+      const XLINE* l = lines[size_t(yy)];
+      int w = (l && l->pos) ? std::min(width, l->width) : 0;
+      for (int x = 0; x < w; x++) {
+        double lon = l->pos[x].lon + off;
+        double lat = l->pos[x].lat;
+        row[x].a = float(lon * kRad2Deg);
+        row[x].b = float(lat * kRad2Deg);
+        if (l->tm_ms.valid) {
+          bd.minlon = std::min(bd.minlon, lon);
+          bd.maxlon = std::max(bd.maxlon, lon);
+          bd.minlat = std::min(bd.minlat, lat);
+          bd.maxlat = std::max(bd.maxlat, lat);
+        }
       }
+      std::fill(row + w, row + width, DBLFLOAT{0, 0});
     }
+    parts[size_t(part)] = bd;
+  });
+  Bounds all;
+  for (const Bounds& bd : parts) {
+    all.minlon = std::min(all.minlon, bd.minlon);
+    all.maxlon = std::max(all.maxlon, bd.maxlon);
+    all.minlat = std::min(all.minlat, bd.minlat);
+    all.maxlat = std::max(all.maxlat, bd.maxlat);
   }
   size_t nb = size_t(width) * size_t(height);
-  t[nb] = {float(minlon * kRad2Deg), float(minlat * kRad2Deg)};
-  t[nb + 1] = {float(maxlon * kRad2Deg), float(maxlat * kRad2Deg)};
+  t[nb] = {float(all.minlon * kRad2Deg), float(all.minlat * kRad2Deg)};
+  t[nb + 1] = {float(all.maxlon * kRad2Deg), float(all.maxlat * kRad2Deg)};
   return t;
 }
 
@@ -356,10 +391,9 @@ void lonlat2ovl(const std::vector<DBLFLOAT>& xy2lola, int width, int height,
   if (width <= 0 || height <= 0 || xy2lola.size() < np) return;
   if (ovlarr.size() < np) ovlarr.resize(np, 0);
   // A value crosses a degree line when its truncated degree or its sign
-  // changes (so -0.5 and +0.5 still mark the zero line).
-  auto changed = [](float a, float b) {
-    return int(a) != int(b) || std::signbit(a) != std::signbit(b);
-  };
+  // changes (so -0.5 and +0.5 still mark the zero line): each value is
+  // reduced once to its truncated degree with the sign in bit 0.
+  auto key = [](float v) { return int(v) * 2 + (std::signbit(v) ? 1 : 0); };
   auto bits = [](float v) {
     long m = std::lround(v);
     int b = 2;
@@ -367,23 +401,40 @@ void lonlat2ovl(const std::vector<DBLFLOAT>& xy2lola, int width, int height,
     if (m % 10 == 0) b |= 8;
     return b;
   };
-  for (int y = 0; y < height; y++) {
-    const DBLFLOAT* row = &xy2lola[size_t(y) * size_t(width)];
-    const DBLFLOAT* up = y > 0 ? row - width : nullptr;
-    char* o = &ovlarr[size_t(y) * size_t(width)];
-    for (int x = 0; x < width; x++) {
-      int b = 0;
-      if (x > 0) {
-        if (changed(row[x - 1].a, row[x].a)) b |= bits(row[x].a);
-        if (changed(row[x - 1].b, row[x].b)) b |= bits(row[x].b);
+  // Rows are independent: each reads its row and the one above.
+  parallel_parts(height, [&](int y0, int y1, int) {
+    const size_t nw = size_t(width);
+    std::vector<int> ka(nw), kb(nw), ua(nw), ub(nw);
+    if (y0 > 0)
+      for (int x = 0; x < width; x++) {
+        ua[size_t(x)] = key(xy2lola[size_t(y0 - 1) * size_t(width) + size_t(x)].a);
+        ub[size_t(x)] = key(xy2lola[size_t(y0 - 1) * size_t(width) + size_t(x)].b);
       }
-      if (up) {
-        if (changed(up[x].a, row[x].a)) b |= bits(row[x].a);
-        if (changed(up[x].b, row[x].b)) b |= bits(row[x].b);
+    for (int y = y0; y < y1; y++) {
+      const DBLFLOAT* row = &xy2lola[size_t(y) * size_t(width)];
+      char* o = &ovlarr[size_t(y) * size_t(width)];
+      for (int x = 0; x < width; x++) {
+        ka[size_t(x)] = key(row[x].a);
+        kb[size_t(x)] = key(row[x].b);
       }
-      o[x] = char(o[x] | b);
+      for (int x = 0; x < width; x++) {
+        const int a = ka[size_t(x)], b = kb[size_t(x)];
+        bool ca = x > 0 && ka[size_t(x) - 1] != a;
+        bool cb = x > 0 && kb[size_t(x) - 1] != b;
+        if (y > 0) {
+          ca = ca || ua[size_t(x)] != a;
+          cb = cb || ub[size_t(x)] != b;
+        }
+        if (!(ca | cb)) continue;
+        int m = 0;
+        if (ca) m |= bits(row[x].a);
+        if (cb) m |= bits(row[x].b);
+        o[x] = char(o[x] | m);
+      }
+      ka.swap(ua);
+      kb.swap(ub);
     }
-  }
+  });
 }
 
 void free_overlay(OVLINFO* ovl) {

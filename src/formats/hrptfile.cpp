@@ -21,6 +21,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <thread>
 #include <vector>
 
 #include "common/bytes.h"
@@ -399,36 +400,66 @@ XLINE* read_hrpt1_all(PICINFO* pic) {
   FILE* fp = pic->fp;
   const FRAMEINFO& f = pic->fri;
   if (!fp || f.bytes_per_line <= HRPT_PREFIX || f.words_per_line <= 0) return nullptr;
-  int groups = f.words_per_line / 4;
-  size_t data_bytes = size_t(groups) * 5;
-  size_t rec_bytes = data_bytes + HRPT_PREFIX;
-  int nch = f.inter_chan < XLINE_MAXCHAN ? f.inter_chan : XLINE_MAXCHAN;
-  int width = pic->width;
-  int hdr = pic->channels_recorded[0] ? f.header_len : 0;
-  std::vector<uint8_t> rec(rec_bytes);
-  std::vector<uint16_t> words(size_t(groups) * 4 + 8);
+  const int groups = f.words_per_line / 4;
+  const size_t data_bytes = size_t(groups) * 5;
+  const size_t rec_bytes = data_bytes + HRPT_PREFIX;
+  const int nch = f.inter_chan < XLINE_MAXCHAN ? f.inter_chan : XLINE_MAXCHAN;
+  const int width = pic->width;
+  const int hdr = pic->channels_recorded[0] ? f.header_len : 0;
+  const int nh = hdr < XLINE_HDRWORDS ? hdr : XLINE_HDRWORDS;
+  // Records are read a block at a time; the unpacking of a block's lines is
+  // shared among threads (it is most of the work of opening a pass).
+  constexpr int kBlock = 256;
+  std::vector<uint8_t> buf(rec_bytes * kBlock);
   XLINE* head = nullptr;
   XLINE* tail = nullptr;
   int n = 0;
   if (std::fseek(fp, pic->pic_strt, SEEK_SET) != 0) return nullptr;
-  for (int L = 0; L < pic->height; L++) {
-    size_t got = std::fread(rec.data(), 1, rec_bytes, fp);
-    if (got < data_bytes) break;  // file cut inside the line: keep what was read
-    tail = Create_Xline(&head, nch, width, tail);
-    n++;
-    for (int g = 0; g < groups; g++) hrpt1_unpack(rec.data() + 5 * g, &words[size_t(g) * 4]);
-    tail->syncword = is_hrptsync(words.data(), 1);
-    // No prefix follows the last record: that line stays empty.
-    if (got < rec_bytes) break;
-    tail->dec_sync = rec[data_bytes + 4] == 'E';
-    tail->linenr = 1;
-    int nh = hdr < XLINE_HDRWORDS ? hdr : XLINE_HDRWORDS;
-    std::memcpy(tail->line_hdr, words.data(), sizeof(uint16_t) * size_t(nh));
+  std::vector<XLINE*> block;
+  const int nthreads = std::clamp(int(std::thread::hardware_concurrency()), 1, 4);
+  bool end = false;
+  while (!end && n < pic->height) {
+    const int want = std::min(kBlock, pic->height - n);
+    const size_t got = std::fread(buf.data(), 1, rec_bytes * size_t(want), fp);
+    int full = int(got / rec_bytes);
+    const size_t rest = got % rec_bytes;
+    // A record cut inside its data is dropped; one cut in its prefix (no
+    // prefix follows the last record) keeps its sync flag and stays empty.
+    const bool cut_line = full < want && rest >= data_bytes;
+    end = full < want;
+    block.clear();
+    for (int k = 0; k < full + (cut_line ? 1 : 0); k++) {
+      tail = Create_Xline(&head, nch, width, tail);
+      block.push_back(tail);
+    }
+    n += int(block.size());
+    auto unpack = [&](int k0, int k1) {
+      std::vector<uint16_t> words(size_t(groups) * 4 + 8);
+      for (int k = k0; k < k1; k++) {
+        const uint8_t* rec = buf.data() + size_t(k) * rec_bytes;
+        XLINE* l = block[size_t(k)];
+        for (int g = 0; g < groups; g++) hrpt1_unpack(rec + 5 * g, &words[size_t(g) * 4]);
+        l->syncword = is_hrptsync(words.data(), 1);
+        if (k >= full) continue;  // the cut record
+        l->dec_sync = rec[data_bytes + 4] == 'E';
+        l->linenr = 1;
+        std::memcpy(l->line_hdr, words.data(), sizeof(uint16_t) * size_t(nh));
+        const uint16_t* s = words.data() + hdr;
+        for (int p = 0; p < width; p++)
+          for (int c = 0; c < nch; c++) l->line[c][p] = s[p * f.inter_chan + c];
+      }
+    };
+    const int nb = int(block.size());
+    const int nt = std::clamp(std::min(nthreads, nb / 16), 1, 4);
+    std::vector<std::thread> workers;
+    for (int t = 1; t < nt; t++) workers.emplace_back(unpack, nb * t / nt, nb * (t + 1) / nt);
+    unpack(0, nb / nt);
+    for (auto& w : workers) w.join();
+    // Line times in file order (the Meteor clock counts within a second).
     if (hdr >= 12)
-      tail->tm_ms = hrpt_frame_extr_time(words.data(), pic->file_type, &pic->picture_time);
-    const uint16_t* s = words.data() + hdr;
-    for (int p = 0; p < width; p++)
-      for (int c = 0; c < nch; c++) tail->line[c][p] = s[p * f.inter_chan + c];
+      for (int k = 0; k < full; k++)
+        block[size_t(k)]->tm_ms =
+            hrpt_frame_extr_time(block[size_t(k)]->line_hdr, pic->file_type, &pic->picture_time);
   }
   pic->height = n;
   pic->valid_time = correct_time(head, pic->lines_per_sec) != 0;

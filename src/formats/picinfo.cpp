@@ -38,8 +38,8 @@ XLINE* Create_Xline(XLINE** head, int nrchan, int width, XLINE* tail) {
   return l;
 }
 
-EPOINT* xline_alloc_pos(XLINE* line) {
-  if (!line->pos && line->width > 0) line->pos = new (std::nothrow) EPOINT[size_t(line->width)]();
+GEOPOS* xline_alloc_pos(XLINE* line) {
+  if (!line->pos && line->width > 0) line->pos = new (std::nothrow) GEOPOS[size_t(line->width)]();
   return line->pos;
 }
 

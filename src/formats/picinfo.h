@@ -35,6 +35,13 @@ struct tm_ms {
   int valid;
 };
 
+// Earth position of a pixel: longitude and latitude, radians. A line keeps
+// one per pixel; the position vector of EPOINT is not kept there (a full pass
+// would need three times the memory for values nothing reads).
+struct GEOPOS {
+  float lon, lat;
+};
+
 constexpr int XLINE_MAXCHAN = 26;
 constexpr int XLINE_HDRWORDS = 750;
 
@@ -47,7 +54,7 @@ struct XLINE {
   uint8_t* olmask;                // width bytes: grid/coast mask
   ::tm_ms tm_ms;
   EPOINT subsatpos;
-  EPOINT* pos;  // width earth positions, made on first need (xline_alloc_pos)
+  GEOPOS* pos;  // width earth positions, made on first need (xline_alloc_pos)
   int width;
   int nrchan;
   int linenr;
@@ -130,7 +137,7 @@ XLINE* Create_Xline(XLINE** head, int nrchan, int width, XLINE* tail = nullptr);
 
 // The line's earth positions, allocated (zeroed) on first use: only a
 // georeferenced picture needs them. Null when the allocation fails.
-EPOINT* xline_alloc_pos(XLINE* line);
+GEOPOS* xline_alloc_pos(XLINE* line);
 
 // Frees every line of the list and sets *head to null.
 void Remove_Xline(XLINE** head);
