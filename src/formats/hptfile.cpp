@@ -13,7 +13,6 @@
 
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <vector>
@@ -112,12 +111,6 @@ XLINE* read_hpt_all(PICINFO* pic, VIEWINFO*) {
   if (!fp || f.words_per_frame <= 0) return nullptr;
   int nch = pic->file_type == FT_CHPT ? 10 : 5;
   int groups = f.words_per_frame / 4;
-  // A record is an HRPT (CHRPT) frame: the frame header words, then the
-  // channels interleaved. The header goes to line_hdr, so that the lines keep
-  // their frame headers and a picture saved as HPT opens with its samples
-  // where they were.
-  const int hl = calc_hrptframeinfo(pic->file_type, pic->channels_recorded, 2048).header_len;
-  if (hl + nch * 2048 > groups * 4) return nullptr;
   std::vector<uint16_t> words(size_t(groups) * 4);
   XLINE* head = nullptr;
   XLINE* tail = nullptr;
@@ -128,11 +121,9 @@ XLINE* read_hpt_all(PICINFO* pic, VIEWINFO*) {
     tail = Create_Xline(&head, nch, 2048, tail);
     n++;
     tail->syncword = is_hrptsync(words.data(), 0);
-    std::memcpy(tail->line_hdr, words.data(),
-                sizeof(uint16_t) * size_t(std::min(hl, XLINE_HDRWORDS)));
-    const uint16_t* s = words.data() + hl;
+    // Samples counted from the first word of the record.
     for (int p = 0; p < 2048; p++)
-      for (int c = 0; c < nch; c++) tail->line[c][p] = s[c + nch * p];
+      for (int c = 0; c < nch; c++) tail->line[c][p] = words[size_t(c + nch * p)];
   }
   pic->height = n;
   return head;
@@ -280,6 +271,7 @@ XLINE* read_raw16_all(PICINFO* pic) {
       w[size_t(i)] = raw16_word(&b[size_t(i) * 2], pic->container) & 0x3FF;
     tail = Create_Xline(&head, 5, 2048, tail);
     n++;
+    tail->linenr = 1;
     tail->syncword = is_hrptsync(w.data(), 0);
     std::memcpy(tail->line_hdr, w.data(), sizeof(uint16_t) * XLINE_HDRWORDS);
     tail->tm_ms = hrpt_frame_extr_time(w.data(), FT_HRPT, &pic->picture_time);

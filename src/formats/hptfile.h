@@ -32,9 +32,7 @@ int hpt_lines_in_file(PICINFO* pic);
 // ends.
 int read_hpt_line(PICINFO* pic, const VIEWINFO* view, int* line, uint16_t* words);
 
-// Reads all lines into a new list and returns its head. Each record is a
-// frame: its header words (750, CHPT 1600; the first 750 kept in line_hdr),
-// then pixel p of channel c at header + c + nch * p.
+// Reads all lines into a new list and returns its head.
 XLINE* read_hpt_all(PICINFO* pic, VIEWINFO* view);
 
 // Appends one record of fri.words_per_line / 4 groups (taking
