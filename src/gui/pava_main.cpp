@@ -27,9 +27,9 @@ namespace {
 int sched_recordnow(gpointer window) {
   GtkWidget* win = GTK_WIDGET(window);
   if (RECORDINFO* rec = Get_Recordinfo_db(win)) {
-    char spec[sizeof rec->rec_chan + 1];
-    pava::copy_text(spec, rec->rec_chan);
-    rec_start_from_spec(win, spec);
+    char chantext[sizeof rec->rec_chan + 1];
+    pava::copy_text(chantext, rec->rec_chan);
+    rec_start_from_chantext(win, chantext);
   }
   return FALSE;
 }

@@ -423,13 +423,13 @@ void Menu_Recorder(GtkWidget* main_window) {
   update_after_command(p, rdi);
 }
 
-void Recordpp_Hrpt_Auto(GtkWidget* parent, const char* spec, int sat_type) {
+void Recordpp_Hrpt_Auto(GtkWidget* parent, const char* chantext, int sat_type) {
   GtkWidget* main = Find_Window(kMain);
   if (!Find_Window(REC_PANEL)) Menu_Recorder(main ? main : parent);
   GtkWidget* p = Find_Window(REC_PANEL);
   if (!p) return;
   Set_Button(p, "Decoder", 1);
-  REC_AUTO_PLAN plan = rec_auto_plan(spec, sat_type);
+  REC_AUTO_PLAN plan = rec_auto_plan(chantext, sat_type);
   for (const TypeButton& t : kTypes)
     if (t.auto_code == plan.sat_type && t.auto_code != 0) {
       Set_Button(p, t.name, 1);
@@ -445,14 +445,14 @@ void Recordpp_Hrpt_Auto(GtkWidget* parent, const char* spec, int sat_type) {
   Set_Button(p, "Start/Stop", 1);
 }
 
-int rec_start_from_spec(GtkWidget* main_window, const char* spec) {
+int rec_start_from_chantext(GtkWidget* main_window, const char* chantext) {
   RECORDINFO scratch{};
   char err[200];
-  if (rec_apply_spec(&scratch, spec, err, sizeof err) < 0) {
+  if (rec_apply_chantext(&scratch, chantext, err, sizeof err) < 0) {
     Create_Message(main_window, "Error", "%s", err);
     return -1;
   }
-  std::string s = spec, type = "hrpt", chans = s;
+  std::string s = chantext, type = "hrpt", chans = s;
   size_t colon = s.find(':');
   if (colon != std::string::npos) type = s.substr(0, colon), chans = s.substr(colon + 1);
   static const struct {

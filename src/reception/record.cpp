@@ -391,7 +391,7 @@ int mtpframe2line_sim(const uint16_t* frame, uint16_t* line, int n) {
   return 0;
 }
 
-int rec_apply_spec(RECORDINFO* rdi, const char* spec, char* err, int size) {
+int rec_apply_chantext(RECORDINFO* rdi, const char* chantext, char* err, int size) {
   struct Kind {
     const char* name;
     SAT_TYPE sat;
@@ -404,7 +404,7 @@ int rec_apply_spec(RECORDINFO* rdi, const char* spec, char* err, int size) {
       {"noaa20", QNOAA20, FT_QNOAA20, 1}, {"noaa21", QNOAA21, FT_QNOAA21, 2},
       {"aqua", AQUA, FT_AQUA, 5},         {"fy3ab", FY3, FT_FY3, 6},
       {"fy3c", FY3, FT_FY3, 11},          {"fy3d", FY3D, FT_FY3, 0}};
-  std::string s = spec ? spec : "";
+  std::string s = chantext ? chantext : "";
   std::string type = "hrpt", chans = s;
   size_t colon = s.find(':');
   if (colon != std::string::npos) type = s.substr(0, colon), chans = s.substr(colon + 1);
@@ -926,11 +926,11 @@ void rec_panel_channels(RECORDINFO* rdi, const int pressed[5], int all) {
   ch[0] = 1;
 }
 
-REC_AUTO_PLAN rec_auto_plan(const char* spec, int sat_type) {
+REC_AUTO_PLAN rec_auto_plan(const char* chantext, int sat_type) {
   REC_AUTO_PLAN p{};
-  if (!spec) spec = "";
-  p.sat_type = std::strchr(spec, 'c') ? int(CHRPT) : sat_type;
-  for (const char* c = spec; *c; c++) {
+  if (!chantext) chantext = "";
+  p.sat_type = std::strchr(chantext, 'c') ? int(CHRPT) : sat_type;
+  for (const char* c = chantext; *c; c++) {
     if (*c >= '0' && *c <= '9') {
       int d = *c == '0' ? 10 : *c - '0';
       if (p.sat_type == CHRPT) d = (d - 1) / 2 + 1;

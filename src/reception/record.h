@@ -102,7 +102,7 @@ int mtpframe2line_sim(const uint16_t* frame, uint16_t* line, int n);
 // 'c' in chans also CHRPT); chans digits 1..9 and 0 (10), 'a' all. Sets
 // sat_type, file_type and channels_recording; returns the board mode code, or
 // -1 with a message in err (size bytes) when the text is wrong.
-int rec_apply_spec(RECORDINFO* rdi, const char* spec, char* err, int size);
+int rec_apply_chantext(RECORDINFO* rdi, const char* chantext, char* err, int size);
 
 // ---- Recorder panel logic (the panel's widgets call these) ----
 
@@ -114,15 +114,15 @@ int rec_panel_abort(RECORDINFO* rdi);
 // and its "  All " button, by rdi->file_type; channel 0 (frame header) on.
 void rec_panel_channels(RECORDINFO* rdi, const int pressed[5], int all);
 
-// What Recordpp_Hrpt_Auto presses for spec and sat_type: the type (CHRPT when
-// spec holds a 'c'), channel buttons 1..5, "  All ", "Generator".
+// What Recordpp_Hrpt_Auto presses for chantext and sat_type: the type (CHRPT when
+// chantext holds a 'c'), channel buttons 1..5, "  All ", "Generator".
 struct REC_AUTO_PLAN {
   int sat_type;
   int button[6];  // 1..5
   int all;
   int generator;
 };
-REC_AUTO_PLAN rec_auto_plan(const char* spec, int sat_type);
+REC_AUTO_PLAN rec_auto_plan(const char* chantext, int sat_type);
 
 // Test seam: a frame source used instead of the board (null restores).
 void rec_set_frame_source(int (*src)(uint16_t* frame, RECORDINFO* rdi));

@@ -229,7 +229,7 @@ TEST_F(RecordTest, NoChannelsAndUnknownType) {
 
 TEST(RecordSpec, Parsing) {
   struct Row {
-    const char* spec;
+    const char* chantext;
     int code;  // board mode, -1 error
     SAT_TYPE sat;
     std::vector<int> chans;
@@ -244,20 +244,20 @@ TEST(RecordSpec, Parsing) {
   for (const Row& r : rows) {
     RECORDINFO rec{};
     char err[100] = "";
-    int code = rec_apply_spec(&rec, r.spec, err, sizeof err);
-    EXPECT_EQ(code, r.code) << r.spec;
+    int code = rec_apply_chantext(&rec, r.chantext, err, sizeof err);
+    EXPECT_EQ(code, r.code) << r.chantext;
     if (code < 0) {
-      EXPECT_NE(err[0], 0) << r.spec;
+      EXPECT_NE(err[0], 0) << r.chantext;
       continue;
     }
-    EXPECT_EQ(rec.sat_type, r.sat) << r.spec;
+    EXPECT_EQ(rec.sat_type, r.sat) << r.chantext;
     std::vector<int> got;
     for (int k = 1; k <= 25; k++)
       if (rec.channels_recording[k]) got.push_back(k);
     if (!r.chans.empty())
-      EXPECT_EQ(got, r.chans) << r.spec;
+      EXPECT_EQ(got, r.chans) << r.chantext;
     else
-      EXPECT_EQ(got.size(), 25u) << r.spec;
+      EXPECT_EQ(got.size(), 25u) << r.chantext;
   }
 }
 
@@ -308,7 +308,7 @@ TEST(RecorderPanel, AbortRefusedWhileInSync) {
 
 TEST(RecorderPanel, AutoPlanAndChannels) {
   struct Row {
-    const char* spec;
+    const char* chantext;
     int sat_type;
     int want_type;
     std::vector<int> buttons;  // pressed channel buttons
@@ -324,8 +324,8 @@ TEST(RecorderPanel, AutoPlanAndChannels) {
       {"6", METOP, METOP, {}, {}},  // beyond the five buttons
   };
   for (const Row& r : rows) {
-    SCOPED_TRACE(r.spec);
-    REC_AUTO_PLAN p = rec_auto_plan(r.spec, r.sat_type);
+    SCOPED_TRACE(r.chantext);
+    REC_AUTO_PLAN p = rec_auto_plan(r.chantext, r.sat_type);
     EXPECT_EQ(p.sat_type, r.want_type);
     std::vector<int> b;
     int pressed[5] = {0};

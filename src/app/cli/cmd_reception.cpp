@@ -283,8 +283,8 @@ void cmd_record(const RecordOpts& o) {
   RECORDINFO* r = rec.get();
   Load_Prefs(r, nullptr, nullptr);
   char err[200];
-  std::string spec = o.type + ":" + o.channels;
-  int code = rec_apply_spec(r, spec.c_str(), err, sizeof err);
+  std::string chantext = o.type + ":" + o.channels;
+  int code = rec_apply_chantext(r, chantext.c_str(), err, sizeof err);
   if (code < 0) {
     cli_fail(err);
     return;
