@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "app/ui_ops.h"
+#include "mem_port.h"
 #include "reception/boardemu.h"
 #include "reception/ftport.h"
 #include "reception/usblink.h"
@@ -59,51 +60,6 @@ const Streams& streams() {
   return s;
 }
 
-// A port that reads a memory stream round and round.
-const std::vector<uint8_t>* g_src = nullptr;
-size_t g_pos = 0;
-
-int m_list(uint32_t* n) {
-  *n = 1;
-  return FT_OK;
-}
-int m_get_list(FT_DEVICE_LIST_INFO_NODE* l, uint32_t* n) {
-  std::memset(l, 0, sizeof *l);
-  std::strcpy(l->SerialNumber, "MEM");
-  *n = 1;
-  return FT_OK;
-}
-int m_open(const char*, void** h) {
-  *h = &g_pos;
-  return FT_OK;
-}
-int m_timeouts(void*, uint32_t, uint32_t) { return FT_OK; }
-int m_purge(void*, uint32_t) { return FT_OK; }
-int m_status(void*, uint32_t* a, uint32_t* b, uint32_t* c) {
-  *a = *b = *c = 0;
-  return FT_OK;
-}
-int m_read(void*, void* buf, uint32_t n, uint32_t* got) {
-  auto* out = static_cast<uint8_t*>(buf);
-  for (uint32_t k = 0; k < n;) {
-    if (g_pos >= g_src->size()) g_pos = 0;
-    uint32_t c = uint32_t(g_src->size() - g_pos);
-    if (c > n - k) c = n - k;
-    std::memcpy(out + k, g_src->data() + g_pos, c);
-    g_pos += c;
-    k += c;
-  }
-  *got = n;
-  return FT_OK;
-}
-int m_write(void*, const void*, uint32_t n, uint32_t* w) {
-  *w = n;
-  return FT_OK;
-}
-int m_close(void*) { return FT_OK; }
-const FT_PORT_OPS kMem = {"memory", m_list,   m_get_list, m_open,  m_timeouts,
-                          m_purge,  m_status, m_read,     m_write, m_close};
-
 const std::vector<uint8_t>& stream_for(int mode) {
   return mode == 2 ? streams().mode2 : mode == 4 ? streams().mode4 : streams().mode0;
 }
@@ -134,9 +90,8 @@ void BM_Unpack(benchmark::State& state) {
 void BM_FramePull(benchmark::State& state) {
   const int mode = int(state.range(0));
   const auto& s = stream_for(mode);
-  g_src = &s;
-  g_pos = 0;
-  ftport_install(&kMem);
+  mem_port::use(&s);
+  ftport_install(&mem_port::ops);
   usb_unpacker_reset();
   auto rec = std::make_unique<RECORDINFO>();
   rec->recording = 1;
@@ -147,10 +102,11 @@ void BM_FramePull(benchmark::State& state) {
   std::vector<uint16_t> frame(size_t(rec->fri.words_per_frame));
   int64_t bytes = 0;
   for (auto _ : state) {
-    size_t before = g_pos;
+    size_t before = mem_port::pos;
     int st = usb_get_hrpt_frame(frame.data(), rec.get());
     benchmark::DoNotOptimize(st);
-    bytes += int64_t(g_pos >= before ? g_pos - before : g_pos + s.size() - before);
+    bytes += int64_t(mem_port::pos >= before ? mem_port::pos - before
+                                             : mem_port::pos + s.size() - before);
   }
   state.SetBytesProcessed(bytes);
   state.counters["MBps"] = benchmark::Counter(double(bytes) * 1e-6, benchmark::Counter::kIsRate);

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "app/ui_ops.h"
+#include "mem_port.h"
 #include "reception/boardemu.h"
 #include "reception/ftport.h"
 #include "reception/iqlink.h"
@@ -19,48 +20,6 @@ constexpr double kTargetMBps = 100.0;
 constexpr int kFrameWords = 1024;
 
 std::vector<uint8_t> g_src;
-size_t g_pos = 0;
-
-int m_list(uint32_t* n) {
-  *n = 1;
-  return FT_OK;
-}
-int m_get_list(FT_DEVICE_LIST_INFO_NODE* l, uint32_t* n) {
-  std::memset(l, 0, sizeof *l);
-  std::strcpy(l->SerialNumber, "MEM");
-  *n = 1;
-  return FT_OK;
-}
-int m_open(const char*, void** h) {
-  *h = &g_pos;
-  return FT_OK;
-}
-int m_timeouts(void*, uint32_t, uint32_t) { return FT_OK; }
-int m_purge(void*, uint32_t) { return FT_OK; }
-int m_status(void*, uint32_t* a, uint32_t* b, uint32_t* c) {
-  *a = *b = *c = 0;
-  return FT_OK;
-}
-int m_read(void*, void* buf, uint32_t n, uint32_t* got) {
-  auto* out = static_cast<uint8_t*>(buf);
-  for (uint32_t k = 0; k < n;) {
-    if (g_pos >= g_src.size()) g_pos = 0;
-    uint32_t c = uint32_t(g_src.size() - g_pos);
-    if (c > n - k) c = n - k;
-    std::memcpy(out + k, g_src.data() + g_pos, c);
-    g_pos += c;
-    k += c;
-  }
-  *got = n;
-  return FT_OK;
-}
-int m_write(void*, const void*, uint32_t n, uint32_t* w) {
-  *w = n;
-  return FT_OK;
-}
-int m_close(void*) { return FT_OK; }
-const FT_PORT_OPS kMem = {"memory", m_list,   m_get_list, m_open,  m_timeouts,
-                          m_purge,  m_status, m_read,     m_write, m_close};
 
 // 4 MB of input: noise-like bytes, or two-byte words with a frame start
 // every kFrameWords words.
@@ -78,7 +37,7 @@ void make_stream(bool words) {
     g_src.push_back(two[0]);
     g_src.push_back(two[1]);
   }
-  g_pos = 0;
+  mem_port::use(&g_src);
 }
 
 // Frames pulled as the IQ recorder pulls them; arg 1: bit-reversed bytes,
@@ -86,7 +45,7 @@ void make_stream(bool words) {
 void BM_IqFramePull(benchmark::State& state) {
   const bool reverse = state.range(0) != 0;
   make_stream(!reverse);
-  ftport_install(&kMem);
+  ftport_install(&mem_port::ops);
   iq_unpacker_reset();
   iq_bitreverse() = reverse ? 1 : 0;
   RECORDINFO rec{};
