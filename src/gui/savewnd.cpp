@@ -139,9 +139,8 @@ void do_save(GtkWidget* dlg) {
   sgtk_set_sensitive(dlg, "Save", 1);
   sgtk_set_sensitive(dlg, "Cancel", 0);
   sgtk_progress_set(Find_Widget(dlg, "!Progress"), 0, "");
-  if (status == SAVE_CANCELLED)
-    Set_Entry(dlg, "!Status", "Cancelled: %s", written.empty() ? "" : written.back().c_str());
-  else if (status != SAVE_OK && status != SAVE_DECLINED)
+  // "Saved." comes from the save itself; a cancel is told in its message box.
+  if (status != SAVE_OK && status != SAVE_CANCELLED && status != SAVE_DECLINED)
     Set_Entry(dlg, "!Status", "%s",
               save_status_text(status, written.empty() ? "" : written.back().c_str()).c_str());
 }
