@@ -32,9 +32,18 @@ render() {  # render OUT options...
 }
 import -window "$area" plain.png
 render ref_plain.png
+n0=$(grep -c 'Picture drawn' pava.log)
 menu 2 2                      # View/Grid
 menu 2 3                      # View/Coast
-sleep 0.5
+# Drawn: a new drawing logged and none for 3 s since (60 s at most; a
+# sanitizer build draws the coast for seconds).
+n=$n0 quiet=0
+for i in $(seq 120); do
+  sleep 0.5
+  m=$(grep -c 'Picture drawn' pava.log)
+  if [ "$m" != "$n" ]; then n=$m quiet=0; else quiet=$((quiet + 1)); fi
+  [ "$n" -gt "$n0" ] && [ $quiet -ge 6 ] && break
+done
 import -window "$area" overlay.png
 render ref_overlay.png --grid --coast
 d=$(compare -metric AE overlay.png ref_overlay.png null: 2>&1)

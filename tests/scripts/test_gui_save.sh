@@ -26,8 +26,9 @@ save_as() {
   xdotool key Home
   for i in $(seq "$1"); do xdotool key Down; done
   xdotool key --delay 0 ctrl+s ${2:-}
-  sleep 0.5
 }
+# A saved file gets its name when it is complete (20 s at most).
+wait_file() { for i in $(seq 100); do [ -s "$1" ] && return 0; sleep 0.2; done; return 1; }
 decoded_equal() {  # decoded_equal FILE DECODER
   $2 "$1" >dec.pnm 2>/dev/null || fail "$2 can't read $1"
   local W H
@@ -38,13 +39,13 @@ decoded_equal() {  # decoded_equal FILE DECODER
   [ "$(compare -metric AE dec.pnm ref.png null: 2>&1)" = 0 ]
 }
 save_as 7                                       # PNG
-[ -s pass_c1.png ] || fail "no pass_c1.png: $(ls)"
+wait_file pass_c1.png || fail "no pass_c1.png: $(ls)"
 decoded_equal pass_c1.png pngtopnm || fail "PNG differs from pava-cli render"
 save_as 5                                       # PPM
-[ -s pass_c1.ppm ] || fail "no pass_c1.ppm: $(ls)"
+wait_file pass_c1.ppm || fail "no pass_c1.ppm: $(ls)"
 decoded_equal pass_c1.ppm cat || fail "PPM differs from pava-cli render"
 save_as 6                                       # Jpeg: decodes, same size
-[ -s pass_c1.jpg ] || fail "no pass_c1.jpg: $(ls)"
+wait_file pass_c1.jpg || fail "no pass_c1.jpg: $(ls)"
 jpegtopnm pass_c1.jpg >jpg.pnm 2>/dev/null || fail "jpegtopnm can't read pass_c1.jpg"
 [ "$(identify -format '%wx%h' jpg.pnm)" = "$(identify -format '%wx%h' pass_c1.ppm)" ] ||
   fail "JPEG size differs"
