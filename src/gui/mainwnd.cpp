@@ -22,11 +22,16 @@
 #include "formats/openfile.h"
 #include "formats/picinfo.h"
 #include "gui/debugpage.h"
+#include "gui/hwtestwnd.h"
+#include "gui/iqwnd.h"
 #include "gui/lumwnd.h"
 #include "gui/mapwnd.h"
+#include "gui/metopwnd.h"
 #include "gui/prefwnd.h"
+#include "gui/recpanel.h"
 #include "gui/savewnd.h"
 #include "gui/sgtk.h"
+#include "gui/tunewnd.h"
 #include "gui/viewer.h"
 
 namespace {
@@ -566,8 +571,8 @@ const SGTK_MENU kMenu[] = {
     {"Zoom/zx->zy", SGM_ITEM, Menu_Zoombuts, nullptr},
     {"Zoom/zy->zx", SGM_ITEM, Menu_Zoombuts, nullptr},
     {"Zoom/Values...", SGM_ITEM, menu_zoom_values, nullptr},
-    {"Record/(A)HRPT...", SGM_ITEM, not_yet, nullptr},
-    {"Record/IQTest...", SGM_ITEM, not_yet, nullptr},
+    {"Record/(A)HRPT...", SGM_ITEM, menu_record_hrpt, nullptr},
+    {"Record/IQTest...", SGM_ITEM, Menu_Rec_IQTest, nullptr},
     {"Channel/False clr", SGM_RADIO, menu_channel, nullptr},
     {"Channel/Ch1", SGM_RADIO, menu_channel, nullptr},
     {"Channel/Ch2", SGM_RADIO, menu_channel, nullptr},
@@ -580,9 +585,9 @@ const SGTK_MENU kMenu[] = {
     {"Channel/Ch9", SGM_RADIO, menu_channel, nullptr},
     {"Channel/Ch10", SGM_RADIO, menu_channel, nullptr},
     {"Help/Prog info", SGM_ITEM, menu_prog_info, nullptr},
-    {"Help/Test interface", SGM_ITEM, not_yet, nullptr},
-    {"Help/Test Metop", SGM_ITEM, not_yet, nullptr},
-    {"Help/Manually tune", SGM_ITEM, not_yet, nullptr},
+    {"Help/Test interface", SGM_ITEM, Menu_Test2, nullptr},
+    {"Help/Test Metop", SGM_ITEM, Menu_MetopTest, nullptr},
+    {"Help/Manually tune", SGM_ITEM, Menu_Tuner, nullptr},
 };
 
 void on_destroy(GtkWidget* w, gpointer) {
@@ -687,7 +692,7 @@ GtkWidget* make_gui(PICINFO* pic, VIEWINFO* view, RECORDINFO* rec) {
     gtk_notebook_append_page(GTK_NOTEBOOK(notebook), page, gtk_label_new(name));
   };
   add_page(area, "Viewer");
-  add_page(empty_page("Live page"), "Live");
+  add_page(rec_live_page(), "Live");
   if (!sep) {
     add_page(empty_page("Tracker page"), "Tracker");
     add_page(empty_page("Map page"), "Map");

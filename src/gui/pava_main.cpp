@@ -15,13 +15,24 @@
 #include "formats/openfile.h"
 #include "formats/picinfo.h"
 #include "gui/mainwnd.h"
+#include "gui/recpanel.h"
 #include "gui/sgtk.h"
 #include "gui/ui_gtk.h"
 #include "reception/recordinfo.h"
 
 namespace {
 
-int sched_recordnow(gpointer) { return FALSE; }
+// The command line's recording, once the main loop runs: the recorder panel
+// records the type and channels of the "-record"/"-crecord" text.
+int sched_recordnow(gpointer window) {
+  GtkWidget* win = GTK_WIDGET(window);
+  if (RECORDINFO* rec = Get_Recordinfo_db(win)) {
+    char spec[sizeof rec->rec_chan + 1];
+    pava::copy_text(spec, rec->rec_chan);
+    rec_start_from_spec(win, spec);
+  }
+  return FALSE;
+}
 
 // The messages live with the file opener, shared with pava-cli.
 void report_open_error(const char* name, int code) {

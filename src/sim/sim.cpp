@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <thread>
 
@@ -20,6 +21,7 @@
 #include "orbit/satpos.h"
 #include "orbit/sgp4.h"
 #include "orbit/sunmoon.h"
+#include "sim/sim_internal.h"
 
 namespace {
 
@@ -34,6 +36,7 @@ constexpr const char* kFormatNames[SIM_NFORMATS] = {"hrpt",   "chrpt", "hpt", "m
 
 // HRPT frame layout (words).
 constexpr int kHdrWords = 750;
+constexpr int kChrptHdrWords = 1600;
 constexpr int kLeaderWords = 100;
 constexpr int kSpaceVis = 40;  // space count of the visible channels
 
@@ -63,24 +66,41 @@ void teme_to_ecef(const double v[3], double theta, double o[3]) {
   o[2] = v[2];
 }
 
-// Spacecraft address of the HRPT ID word by satellite name.
-int hrpt_address(const std::string& sat) {
+// Number in a satellite name ("NOAA 19" 19, "FENGYUN 3C" 3), and the letter
+// after it ('C'; 0 when none).
+int sat_number(const std::string& sat, char* letter) {
   const char* p = sat.c_str();
   while (*p && !std::isdigit(static_cast<unsigned char>(*p))) p++;
-  switch (std::atoi(p)) {
-    case 15:
-      return 7;
-    case 16:
-      return 8;
-    case 17:
-      return 11;
-    case 18:
-      return 13;
-    case 19:
-      return 15;
+  int n = std::atoi(p);
+  while (std::isdigit(static_cast<unsigned char>(*p))) p++;
+  *letter = char(std::toupper(static_cast<unsigned char>(*p)));
+  return n;
+}
+
+// Spacecraft address of the HRPT ID word (NOAA), the CHRPT ID word (FY-1) or
+// the CCSDS spacecraft identifier (Metop, FY-3, NOAA-20) by satellite name;
+// -1 for an FY-3 the readers take no picture from (D and E carry MERSI).
+int sat_address(int format, const std::string& sat) {
+  char letter = 0;
+  int n = sat_number(sat, &letter);
+  switch (format) {
+    case SIM_CHRPT:
+      return letter == 'C' ? 12 : 13;  // FY-1C 192, FY-1D 208 after the shift
+    case SIM_METOP:
+      return sat.find("-A") != std::string::npos   ? 12
+             : sat.find("-C") != std::string::npos ? 13
+                                                   : 11;
+    case SIM_FY3:
+      return letter == 'A' ? 49 : letter == 'B' ? 50 : letter == 'C' ? 51 : -1;
+    case SIM_NOAA20:
+      return 159;
     default:
-      return 15;
+      break;
   }
+  static const int kNoaa[][2] = {{14, 5}, {15, 7}, {16, 3}, {17, 11}, {18, 13}, {19, 15}};
+  for (const auto& e : kNoaa)
+    if (e[0] == n) return e[1];
+  return 15;
 }
 
 // PRT temperature polynomial of the calibration (as the display evaluates it).
@@ -118,47 +138,26 @@ void make_thermal(SIM_PASS* p) {
   }
 }
 
-// Deterministic random numbers (splitmix64).
-struct Rng {
-  uint64_t s;
-  explicit Rng(uint64_t seed) : s(seed) {}
-  uint64_t next() {
-    uint64_t z = (s += 0x9E3779B97F4A7C15ull);
-    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ull;
-    z = (z ^ (z >> 27)) * 0x94D049BB133111EBull;
-    return z ^ (z >> 31);
-  }
-  double uniform() { return (next() >> 11) * (1.0 / 9007199254740992.0); }
-};
-
-// Flips bits of the 10-bit words with probability p (geometric gaps).
-void add_bit_errors(std::vector<uint16_t>* w, double p, Rng* rng) {
-  if (p <= 0) return;
-  const long nbits = long(w->size()) * 10;
-  const double lq = std::log1p(-std::min(p, 0.5));
-  long pos = -1;
-  for (;;) {
-    double u = rng->uniform();
-    pos += 1 + long(std::floor(std::log1p(-u) / lq));
-    if (pos >= nbits || pos < 0) break;
-    (*w)[size_t(pos / 10)] ^= uint16_t(1u << (pos % 10));
-  }
-}
-
-// The HRPT frame of line i: header words, the earth view, leader.
+// The HRPT frame of line i: header words, the earth view, leader. CHRPT
+// frames have 1600 header words and ten channels; their spacecraft address
+// sits in the upper bits of word 6.
 void hrpt_frame(const SIM_PASS& p, int i, const SIM_LINE& l, std::vector<uint16_t>* out) {
+  const bool chrpt = p.req.format == SIM_CHRPT;
+  const int hdr = chrpt ? kChrptHdrWords : kHdrWords;
+  const int nch = p.nchan;
   std::vector<uint16_t>& w = *out;
-  w.assign(size_t(kHdrWords + 5 * p.width + kLeaderWords), 0);
+  w.assign(size_t(hdr + nch * p.width + kLeaderWords), 0);
   for (int k = 0; k < 6; k++) w[size_t(k)] = HRPT_SYNC[k];
-  w[6] = uint16_t(0x200 | (((i % 3) + 1) << 7) | (p.spacecraft_addr << 3) | (p.chan3a ? 1 : 0));
+  if (chrpt)
+    w[6] = uint16_t((p.spacecraft_addr << 6) | (((i % 3) + 1) << 3));
+  else
+    w[6] = uint16_t(0x200 | (((i % 3) + 1) << 7) | (p.spacecraft_addr << 3) | (p.chan3a ? 1 : 0));
   w[7] = 0x2AA;
   // Time code: day of the year and milliseconds of the day.
-  double secs = (l.jd - 2440587.5) * 86400.0;
-  time_t whole = time_t(std::floor(secs + 1e-6));
-  long ms = std::lround((secs - double(whole)) * 1000.0);
-  if (ms >= 1000) whole++, ms -= 1000;
-  struct tm t {};
-  t = pava::gmtime_utc(whole);
+  time_t whole;
+  int ms;
+  sim::line_time(p, i, &whole, &ms);
+  struct tm t = pava::gmtime_utc(whole);
   long msec = (long(t.tm_hour) * 3600 + t.tm_min * 60 + t.tm_sec) * 1000L + ms;
   w[8] = uint16_t((t.tm_yday + 1) << 1);
   w[9] = uint16_t(0x280 | ((msec >> 20) & 0x7F));
@@ -183,11 +182,11 @@ void hrpt_frame(const SIM_PASS& p, int i, const SIM_LINE& l, std::vector<uint16_
   w[102] = 0x200 | 0x0AA;
   // TIP minor frames and the spare words: steady patterns.
   for (int q = 103; q < 623; q++) w[size_t(q)] = uint16_t(((q * 29 + (i % 320) * 3) & 0xFF) << 1);
-  for (int q = 623; q < kHdrWords; q++) w[size_t(q)] = (q & 1) ? 0x1A5 : 0x25A;
+  for (int q = 623; q < hdr; q++) w[size_t(q)] = (q & 1) ? 0x1A5 : 0x25A;
   for (int x = 0; x < p.width; x++)
-    for (int ch = 0; ch < 5; ch++) w[size_t(kHdrWords + 5 * x + ch)] = l.counts[ch + 1][size_t(x)];
+    for (int ch = 0; ch < nch; ch++) w[size_t(hdr + nch * x + ch)] = l.counts[ch + 1][size_t(x)];
   for (int q = 0; q < kLeaderWords; q++)
-    w[size_t(kHdrWords + 5 * p.width + q)] = uint16_t((q * 0x155 + 0x0F3) & 0x3FF);
+    w[size_t(hdr + nch * p.width + q)] = uint16_t((q * 0x155 + 0x0F3) & 0x3FF);
 }
 
 // MSU-MR words of a line: pixel * 6 + channel.
@@ -207,7 +206,7 @@ int sim_format_from_name(const char* name) {
 
 const char* sim_format_name(int f) { return f >= 0 && f < SIM_NFORMATS ? kFormatNames[f] : "?"; }
 
-int sim_format_supported(int f) { return f == SIM_HRPT || f == SIM_HPT || f == SIM_MHRPT1; }
+int sim_format_supported(int f) { return f >= 0 && f < SIM_NFORMATS; }
 
 int sim_ray_wgs84(const double r[3], const double v[3], double jd, double a, double* lon,
                   double* lat, double p_km[3]) {
@@ -298,8 +297,9 @@ int sim_prepare(const SIM_REQUEST& req, SIM_PASS* p, std::string* err) {
     return 1;
   }
   p->kepler = k;
-  p->meteor = req.format == SIM_MHRPT1;
-  p->width = p->meteor ? 1540 : 2048;
+  p->meteor = req.format == SIM_MHRPT1 || req.format == SIM_MHRPT2;
+  p->width = req.format == SIM_MHRPT1 ? 1540 : req.format == SIM_MHRPT2 ? 1570 : 2048;
+  p->nchan = p->meteor ? 6 : (req.format == SIM_CHRPT || req.format == SIM_FY3) ? 10 : 5;
   p->max_angle = p->meteor ? 54.0 : 55.4;
   p->line_dt = 1.0 / 6.0;
   p->lines = int(std::floor(req.seconds / p->line_dt + 1e-9));
@@ -307,7 +307,12 @@ int sim_prepare(const SIM_REQUEST& req, SIM_PASS* p, std::string* err) {
     *err = "Pass too short for one line";
     return 1;
   }
-  p->spacecraft_addr = hrpt_address(req.sat);
+  p->spacecraft_addr = sat_address(req.format, req.sat);
+  p->scid = p->spacecraft_addr;
+  if (p->spacecraft_addr < 0) {
+    *err = req.sat + " sends MERSI, of which no picture is read: choose FY-3A, B or C";
+    return 1;
+  }
   p->chan3a = 0;
   struct tm st = req.start;
   p->jd0 = orbit_julian_date(&st, req.start_ms);
@@ -376,7 +381,7 @@ void sim_line(const SIM_PASS& p, int i, SIM_LINE* l) {
   l->lon.assign(size_t(w), 0);
   l->lat.assign(size_t(w), 0);
   l->surf.assign(size_t(w), SIM_SURFACE{});
-  for (int ch = 1; ch <= 6; ch++) l->counts[ch].assign(size_t(w), 0);
+  for (int ch = 1; ch <= p.nchan; ch++) l->counts[ch].assign(size_t(w), 0);
   double r[3], v[3];
   if (orbit_teme_posvel(&p.kepler, l->jd, r, v) != 0) return;
   {
@@ -448,99 +453,306 @@ void sim_line(const SIM_PASS& p, int i, SIM_LINE* l) {
     }
     for (int ch = 3; ch <= 5; ch++)
       l->counts[ch][size_t(x)] = uint16_t(sim_thermal_count(p, ch, s.temp[ch - 3]));
+    if (p.nchan == 10) {
+      // MVISR and VIRR beyond AVHRR's five: 1.6 um, three blue-green bands
+      // (more haze), and 0.9 um (1.38 um on VIRR: water vapour hides the
+      // ground, clouds stay bright).
+      auto vis = [&](double alb) {
+        return uint16_t(std::clamp(std::lround(kSpaceVis + 900.0 * alb * day), 0L, 1023L));
+      };
+      l->counts[6][size_t(x)] = vis(0.65 * s.albedo[1]);
+      for (int ch = 7; ch <= 9; ch++) l->counts[ch][size_t(x)] = vis(0.06 + 0.85 * s.albedo[0]);
+      l->counts[10][size_t(x)] = vis(0.1 * s.albedo[1] + 0.6 * s.cloud);
+    }
   }
 }
 
-int sim_write(const SIM_PASS& p, const char* path, std::string* err) {
-  FilePtr fp(std::fopen(path, "wb"));
-  if (!fp) {
-    *err = std::string("Cannot write ") + path;
-    return 1;
-  }
-  std::unique_ptr<PICINFO, void (*)(PICINFO*)> pic(pic_new(), pic_delete);
-  const bool hpt = p.req.format == SIM_HPT;
-  pic->fp = fp.get();
-  pic->file_type = hpt ? FT_HPT : p.meteor ? FT_MHRPT1 : FT_HRPT;
-  pic->width = p.width;
-  for (int c = 0; c <= (p.meteor ? 6 : 5); c++) pic->channels_recorded[c] = 1;
-  pava::copy_text(pic->sat_name, p.req.sat.c_str());
-  pic->height = p.lines;
-  pic->picture_time = p.req.start;
-  pic->kepler = p.kepler;
-  pic->orbit.start_tm_sat = p.req.start;
-  pic->orbit.use_sattime = 1;
-  {
-    SIM_LINE a, b;
-    sim_line(p, 0, &a);
-    sim_line(p, p.lines - 1, &b);
-    pic->scan_ver = b.sat_lat < a.sat_lat ? N_S : S_N;
-  }
-  if (hpt) {
-    pic->fri = calc_hrptframeinfo(FT_HPT, pic->channels_recorded, p.width);
-    std::vector<uint8_t> lead(925, 0);  // start of the file the readers skip
-    std::fwrite(lead.data(), 1, lead.size(), fp.get());
-  } else if (write_hrpt1_hdr(pic.get()) != 0) {
-    pic->fp = nullptr;
-    *err = "Cannot write the file header";
-    return 1;
-  }
-  const long first = std::ftell(fp.get());
+namespace sim {
 
-  // Lines in blocks, each block computed by worker threads.
+Channel::Channel(const SIM_PASS& pass)
+    : rng(uint64_t(pass.req.seed) * 0x1234567ull + 77), p(std::min(pass.req.bit_errors, 0.5)) {}
+
+long Channel::gap() {
+  const double u = rng.uniform();
+  return 1 + long(std::floor(std::log1p(-u) / std::log1p(-p)));
+}
+
+void Channel::flip(uint16_t* w, long n, int bits) {
+  if (p <= 0) return;
+  const long nbits = n * bits;
+  for (long pos = gap() - 1; pos >= 0 && pos < nbits; pos += gap())
+    w[pos / bits] ^= uint16_t(1u << (pos % bits));
+}
+
+void Channel::flip(uint8_t* b, long n) {
+  if (p <= 0) return;
+  for (long pos = gap() - 1; pos >= 0 && pos < n * 8; pos += gap())
+    b[pos / 8] ^= uint8_t(0x80u >> (pos % 8));
+}
+
+void Channel::noise(uint16_t* w, long n, int bits) {
+  for (long k = 0; k < n; k++) w[k] = uint16_t(rng.next() & ((1u << bits) - 1));
+}
+
+void Channel::noise(uint8_t* b, long n) {
+  for (long k = 0; k < n; k++) b[k] = uint8_t(rng.next());
+}
+
+void sync_loss_lines(const SIM_PASS& p, int* first, int* last) {
+  *first = p.req.sync_loss > 0 ? p.lines / 2 : p.lines;
+  *last = std::min(p.lines, *first + int(std::lround(p.req.sync_loss / p.line_dt)));
+}
+
+bool for_each_line(const SIM_PASS& p,
+                   const std::function<void(int, const SIM_LINE&, std::vector<uint16_t>*)>& make,
+                   const std::function<bool(int, std::vector<uint16_t>&)>& sink) {
   int nthreads = p.req.threads > 0 ? p.req.threads : int(std::thread::hardware_concurrency());
   nthreads = std::clamp(nthreads, 1, 16);
   const int block = 192;
-  const int loss0 = p.req.sync_loss > 0 ? p.lines / 2 : p.lines;
-  const int loss1 = loss0 + int(std::lround(p.req.sync_loss / p.line_dt));
-  Rng err_rng(uint64_t(p.req.seed) * 0x1234567ull + 77);
-  std::vector<std::vector<uint16_t>> frames(static_cast<size_t>(block));
+  std::vector<std::vector<uint16_t>> words(static_cast<size_t>(block));
   for (int b0 = 0; b0 < p.lines; b0 += block) {
     const int nb = std::min(block, p.lines - b0);
     auto work = [&](int tid) {
       SIM_LINE l;
       for (int j = tid; j < nb; j += nthreads) {
         sim_line(p, b0 + j, &l);
-        if (p.meteor)
-          meteor_words(p, l, &frames[size_t(j)]);
-        else
-          hrpt_frame(p, b0 + j, l, &frames[size_t(j)]);
+        make(b0 + j, l, &words[size_t(j)]);
       }
     };
     std::vector<std::thread> pool;
     for (int t = 1; t < nthreads; t++) pool.emplace_back(work, t);
     work(0);
     for (auto& th : pool) th.join();
-    for (int j = 0; j < nb; j++) {
-      std::vector<uint16_t>& w = frames[size_t(j)];
-      const int i = b0 + j;
-      if (i >= loss0 && i < loss1) {
-        // No lock: the board hands over noise.
-        for (auto& v : w) v = uint16_t(err_rng.next() & 0x3FF);
-      } else {
-        add_bit_errors(&w, p.req.bit_errors, &err_rng);
+    for (int j = 0; j < nb; j++)
+      if (!sink(b0 + j, words[size_t(j)])) return false;
+  }
+  return true;
+}
+
+void line_time(const SIM_PASS& p, int i, time_t* secs, int* ms) {
+  const double jd = p.jd0 + i * p.line_dt / 86400.0;
+  const double s = (jd - 2440587.5) * 86400.0;
+  time_t whole = time_t(std::floor(s + 1e-6));
+  long m = std::lround((s - double(whole)) * 1000.0);
+  if (m >= 1000) whole++, m -= 1000;
+  if (m < 0) m = 0;
+  *secs = whole;
+  *ms = int(m);
+}
+
+void line_time_ccsds(const SIM_PASS& p, int i, int* day, uint32_t* msec) {
+  time_t s;
+  int ms;
+  line_time(p, i, &s, &ms);
+  const time_t epoch2000 = 946684800;  // 2000-01-01 00:00 UTC
+  const long since = long(s - epoch2000);
+  *day = int(since / 86400);
+  *msec = uint32_t((since % 86400) * 1000 + ms);
+}
+
+PICINFO* new_pic(const SIM_PASS& p, int file_type, FILE* fp) {
+  PICINFO* pic = pic_new();
+  pic->fp = fp;
+  pic->file_type = FILE_TYPE(file_type);
+  pic->width = p.width;
+  for (int c = 0; c <= p.nchan; c++) pic->channels_recorded[c] = 1;
+  pava::copy_text(pic->sat_name, p.req.sat.c_str());
+  pava::copy_text(pic->firmware, "SIM1");
+  pic->height = p.lines;
+  pic->picture_time = p.req.start;
+  pic->kepler = p.kepler;
+  pic->orbit.start_tm_sat = p.req.start;
+  pic->orbit.use_sattime = 1;
+  SIM_LINE a, b;
+  sim_line(p, 0, &a);
+  sim_line(p, p.lines - 1, &b);
+  pic->scan_ver = b.sat_lat < a.sat_lat ? N_S : S_N;
+  return pic;
+}
+
+}  // namespace sim
+
+namespace {
+
+// MHRPT2 stream: 1024-byte frames (marker, 18 header bytes, four zones of
+// MSU-MR bytes with 18-byte gaps). A line takes 12798 zone bytes, 13.5
+// frames, so its sync alternates between two places: 2 bytes into zone 0 and
+// the start of zone 2. The line: sync, Moscow time in bytes 8-10, data from
+// byte 50 (groups of five bytes: four pixels of one channel, channels in
+// turn), zeros to the end.
+constexpr int kM2LineBytes = 12798;
+constexpr int kM2ZoneBytes = 948;  // zone bytes of a frame
+constexpr int kM2FirstSync = 2;    // zone-stream offset of the first line sync
+
+struct Mhrpt2Out {
+  FILE* fp;
+  uint8_t frame[MHRPT2_FRAME];
+  int fill = 0;  // zone bytes in frame
+  long frames = 0;
+  // Zone byte k of a frame: its position in the frame.
+  static int zone_pos(int k) {
+    int z = 0;
+    while (z < 3 && k >= MSU_ZONE_LEN[z]) k -= MSU_ZONE_LEN[z++];
+    return MSU_ZONE_START[z] + k;
+  }
+  void put(const uint8_t* b, int n, sim::Channel* ch, bool lost) {
+    for (int i = 0; i < n; i++) {
+      if (fill == 0) {
+        std::memset(frame, 0, sizeof frame);
+        const uint8_t head[] = {0x1A, 0xCF, 0xFC, 0x1D, 0x40, 0x05};
+        std::memcpy(frame, head, sizeof head);
+        frame[6] = uint8_t(frames >> 16), frame[7] = uint8_t(frames >> 8);
+        frame[8] = uint8_t(frames);
       }
-      int ok;
-      if (p.meteor)
-        ok = write_mhrpt1_line(pic.get(), w.data());
-      else if (hpt)
-        ok = write_hpt_line(pic.get(), w.data());
-      else
-        ok = write_hrpt1_line(pic.get(), w.data(), is_hrptsync(w.data(), 0) ? 0x10 : 0);
-      if (ok == 0 && !hpt) break;
+      frame[zone_pos(fill)] = b[i];
+      if (++fill == kM2ZoneBytes) {
+        if (lost)
+          ch->noise(frame, MHRPT2_FRAME);
+        else
+          ch->flip(frame, MHRPT2_FRAME);
+        std::fwrite(frame, 1, sizeof frame, fp);
+        fill = 0;
+        frames++;
+      }
     }
   }
-  pic->fp = nullptr;
-  if (p.meteor) {
-    // Line times, whole seconds of Moscow time, in bytes 30-32 of each
-    // line's first frame.
-    for (int i = 0; i < p.lines; i++) {
-      double secs = (p.jd0 - 2440587.5) * 86400.0 + i * p.line_dt + 3 * 3600;
-      struct tm t = pava::gmtime_utc(time_t(std::floor(secs + 1e-6)));
-      uint8_t hms[3] = {uint8_t(t.tm_hour), uint8_t(t.tm_min), uint8_t(t.tm_sec)};
-      std::fseek(fp.get(), first + long(i) * MHRPT_LINEBYTES + 30, SEEK_SET);
-      std::fwrite(hms, 1, 3, fp.get());
+};
+
+// The zone bytes of one MHRPT2 line from its words (pixel * 6 + channel).
+void mhrpt2_line(const SIM_PASS& p, int i, const std::vector<uint16_t>& w,
+                 std::vector<uint8_t>* out) {
+  out->assign(kM2LineBytes, 0);
+  uint8_t* b = out->data();
+  std::memcpy(b, MSU_SYNC, 8);
+  time_t s;
+  int ms;
+  sim::line_time(p, i, &s, &ms);
+  struct tm t = pava::gmtime_utc(s + 3 * 3600);
+  b[8] = uint8_t(t.tm_hour), b[9] = uint8_t(t.tm_min), b[10] = uint8_t(t.tm_sec);
+  const int groups = (p.width + 3) / 4;
+  size_t k = 50;
+  for (int g = 0; g < groups; g++)
+    for (int c = 0; c < MHRPT_NCHAN; c++) {
+      uint16_t q[4];
+      for (int j = 0; j < 4; j++) {
+        int x = 4 * g + j;
+        q[j] = x < p.width ? w[size_t(x * MHRPT_NCHAN + c)] : 0;
+      }
+      hpt_pack(q, b + k);
+      k += 5;
     }
+}
+
+int write_mhrpt2(const SIM_PASS& p, PICINFO* pic, std::string* err) {
+  if (write_hrpt1_hdr(pic) != 0) {
+    *err = "Cannot write the file header";
+    return 1;
   }
+  sim::Channel ch(p);
+  int loss0, loss1;
+  sim::sync_loss_lines(p, &loss0, &loss1);
+  Mhrpt2Out o{pic->fp, {}, 0, 0};
+  std::vector<uint8_t> lead(kM2FirstSync, 0), line;
+  o.put(lead.data(), kM2FirstSync, &ch, false);
+  sim::for_each_line(
+      p, [&](int, const SIM_LINE& l, std::vector<uint16_t>* out) { meteor_words(p, l, out); },
+      [&](int i, std::vector<uint16_t>& w) {
+        mhrpt2_line(p, i, w, &line);
+        o.put(line.data(), kM2LineBytes, &ch, i >= loss0 && i < loss1);
+        return true;
+      });
+  // The rest of the last frame.
+  std::vector<uint8_t> tail(size_t(kM2ZoneBytes - o.fill), 0);
+  if (o.fill) o.put(tail.data(), int(tail.size()), &ch, false);
+  return 0;
+}
+
+}  // namespace
+
+int sim_write(const SIM_PASS& p, const char* path, std::string* err) {
+  FilePtr fp(std::fopen(path, "w+b"));  // Meteor lines are read back
+  if (!fp) {
+    *err = std::string("Cannot write ") + path;
+    return 1;
+  }
+  const int f = p.req.format;
+  int rc = 0;
+  if (f == SIM_METOP || f == SIM_FY3 || f == SIM_NOAA20) {
+    rc = sim::write_ccsds(p, fp.get(), err);
+  } else {
+    static const int kTypes[SIM_NFORMATS] = {FT_HRPT, FT_CHRPT, FT_HPT, FT_MHRPT1, FT_MHRPT2};
+    std::unique_ptr<PICINFO, void (*)(PICINFO*)> pic(sim::new_pic(p, kTypes[f], fp.get()),
+                                                     pic_delete);
+    if (f == SIM_MHRPT2) {
+      rc = write_mhrpt2(p, pic.get(), err);
+    } else {
+      const bool hpt = f == SIM_HPT;
+      if (hpt) {
+        pic->fri = calc_hrptframeinfo(FT_HPT, pic->channels_recorded, p.width);
+        std::vector<uint8_t> lead(925, 0);  // start of the file the readers skip
+        std::fwrite(lead.data(), 1, lead.size(), fp.get());
+      } else if (write_hrpt1_hdr(pic.get()) != 0) {
+        *err = "Cannot write the file header";
+        rc = 1;
+      }
+      const long first = std::ftell(fp.get());
+      sim::Channel ch(p);
+      int loss0, loss1;
+      sim::sync_loss_lines(p, &loss0, &loss1);
+      if (rc == 0)
+        sim::for_each_line(
+            p,
+            [&](int i, const SIM_LINE& l, std::vector<uint16_t>* out) {
+              if (p.meteor)
+                meteor_words(p, l, out);
+              else
+                hrpt_frame(p, i, l, out);
+            },
+            [&](int i, std::vector<uint16_t>& w) {
+              // No lock: the board hands over noise. (Meteor lines get their
+              // errors on the bytes, below.)
+              const bool lost = i >= loss0 && i < loss1;
+              if (lost && !p.meteor) ch.noise(w.data(), long(w.size()), 10);
+              if (!lost && !p.meteor) ch.flip(w.data(), long(w.size()), 10);
+              int ok;
+              if (p.meteor)
+                ok = write_mhrpt1_line(pic.get(), w.data());
+              else if (hpt)
+                ok = write_hpt_line(pic.get(), w.data());
+              else
+                ok = write_hrpt1_line(pic.get(), w.data(), is_hrptsync(w.data(), 0) ? 0x10 : 0);
+              return ok != 0;
+            });
+      if (rc == 0 && p.meteor) {
+        // Line times, whole seconds of Moscow time, in bytes 30-32 of each
+        // line's first frame.
+        for (int i = 0; i < p.lines; i++) {
+          time_t s;
+          int ms;
+          sim::line_time(p, i, &s, &ms);
+          struct tm t = pava::gmtime_utc(s + 3 * 3600);
+          uint8_t hms[3] = {uint8_t(t.tm_hour), uint8_t(t.tm_min), uint8_t(t.tm_sec)};
+          std::fseek(fp.get(), first + long(i) * MHRPT_LINEBYTES + 30, SEEK_SET);
+          std::fwrite(hms, 1, 3, fp.get());
+        }
+        // The channel's errors on the frames as received, sync markers too.
+        std::vector<uint8_t> line(MHRPT_LINEBYTES);
+        for (int i = 0; i < p.lines && (p.req.bit_errors > 0 || loss1 > loss0); i++) {
+          const long at = first + long(i) * MHRPT_LINEBYTES;
+          std::fseek(fp.get(), at, SEEK_SET);
+          if (std::fread(line.data(), 1, line.size(), fp.get()) != line.size()) break;
+          if (i >= loss0 && i < loss1)
+            ch.noise(line.data(), long(line.size()));
+          else
+            ch.flip(line.data(), long(line.size()));
+          std::fseek(fp.get(), at, SEEK_SET);
+          std::fwrite(line.data(), 1, line.size(), fp.get());
+        }
+      }
+    }
+    pic->fp = nullptr;
+  }
+  if (rc != 0) return rc;
   if (std::fflush(fp.get()) != 0 || std::ferror(fp.get())) {
     *err = std::string("Write error on ") + path;
     return 1;

@@ -1,6 +1,7 @@
 // Pass simulator: a satellite pass over the synthetic earth of scene.h,
-// written in the recording formats of the HRPT family as the decoder board and
-// the recorder would have produced them.
+// written in the recording formats the program reads (the HRPT family, Meteor,
+// and the CCSDS record files of Metop, NOAA-20 and FY-3) as the decoder board
+// and the recorder would have produced them.
 #pragma once
 #include <cstdint>
 #include <ctime>
@@ -14,13 +15,13 @@
 // Output formats of the simulator.
 enum SIM_FORMAT {
   SIM_HRPT = 0,  // NOAA HRPT recording (.hrpt)
-  SIM_CHRPT,     // FY-1 CHRPT recording
-  SIM_HPT,       // raw 16-bit HRPT frames (.hpt)
-  SIM_MHRPT1,
-  SIM_MHRPT2,
-  SIM_METOP,
-  SIM_FY3,
-  SIM_NOAA20,
+  SIM_CHRPT,     // FY-1 CHRPT recording (10 channels)
+  SIM_HPT,       // packed HRPT frames without header (.hpt)
+  SIM_MHRPT1,    // Meteor MSU-MR, 256-byte frames
+  SIM_MHRPT2,    // Meteor MSU-MR, 1024-byte frames with four zones
+  SIM_METOP,     // Metop AVHRR packets in CADUs
+  SIM_FY3,       // FY-3 VIRR lines in CADUs
+  SIM_NOAA20,    // NOAA-20 record file (AVHRR-shaped packets)
   SIM_NFORMATS
 };
 // Format by its command-line name ("hrpt", ...); -1 when unknown.
@@ -65,6 +66,8 @@ struct SIM_PASS {
   int spacecraft_addr = 0;
   int chan3a = 0;  // 1: channel 3A is sent instead of 3B
   int meteor = 0;  // MSU-MR: six channels, thermal counts on a linear scale
+  int nchan = 5;   // channels of the instrument: 5 AVHRR, 6 MSU-MR, 10 MVISR/VIRR
+  int scid = 0;    // CCSDS spacecraft identifier (Metop, NOAA-20, FY-3)
   double jd0 = 0;  // Julian date of line 0
   SIM_LANDMASK mask;
   SIM_SCENE scene;
@@ -78,7 +81,7 @@ struct SIM_LINE {
   double sat_lon = 0, sat_lat = 0;  // sub-satellite point, radians
   std::vector<double> lon, lat;     // radians, geodetic on WGS 84
   std::vector<SIM_SURFACE> surf;
-  std::vector<uint16_t> counts[7];  // channel 1..6 counts (6: Meteor only)
+  std::vector<uint16_t> counts[11];  // channel 1..nchan counts
 };
 
 // Reads the elements, builds the land mask under the pass and the calibration.

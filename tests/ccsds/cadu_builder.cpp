@@ -44,27 +44,7 @@ AvhrrScan make_scan(int seed, int day, uint32_t msec, int apid) {
   return s;
 }
 
-Bytes avhrr_packet(const AvhrrScan& s, int seqcnt) {
-  Bytes p(20, 0);
-  BitWriter w{p, 160};
-  for (auto& r : s.space)
-    for (auto v : r) w.put(v, 10);
-  for (auto v : s.ramp) w.put(v, 10);
-  for (auto v : s.earth) w.put(v, 10);
-  for (auto v : s.target) w.put(v, 10);
-  for (auto v : s.patch) w.put(v, 10);
-  for (auto& r : s.backscan)
-    for (auto v : r) w.put(v, 10);
-  p[0] = uint8_t(0x08 | ((s.apid >> 8) & 7));
-  p[1] = uint8_t(s.apid);
-  p[2] = uint8_t(0xC0 | ((seqcnt >> 8) & 0x3F));
-  p[3] = uint8_t(seqcnt);
-  int len = int(p.size()) - 7;
-  p[4] = uint8_t(len >> 8), p[5] = uint8_t(len);
-  p[6] = uint8_t(s.day >> 8), p[7] = uint8_t(s.day);
-  for (int i = 0; i < 4; i++) p[8 + i] = uint8_t(s.msec >> (24 - 8 * i));
-  return p;
-}
+Bytes avhrr_packet(const AvhrrScan& s, int seqcnt) { return sim_avhrr_packet(s, seqcnt); }
 
 void FrameWriter::frame(const uint8_t* zone, int fhp) {
   uint8_t f[1024] = {0x1A, 0xCF, 0xFC, 0x1D};
@@ -90,21 +70,10 @@ void FrameWriter::frame(const uint8_t* zone, int fhp) {
 }
 
 void FrameWriter::packets(const std::vector<Bytes>& pk) {
-  Bytes data;
-  std::set<long> starts;
-  for (const auto& p : pk) {
-    starts.insert(long(data.size()));
-    data.insert(data.end(), p.begin(), p.end());
-  }
-  for (long ofs = 0; ofs < long(data.size()); ofs += 882) {
-    uint8_t zone[882];
-    std::memset(zone, 0x55, sizeof zone);
-    long n = std::min<long>(882, long(data.size()) - ofs);
-    std::memcpy(zone, data.data() + ofs, size_t(n));
-    auto it = starts.lower_bound(ofs);
-    int fhp = (it != starts.end() && *it < ofs + 882) ? int(*it - ofs) : 2047;
-    frame(zone, fhp);
-  }
+  SIM_MPDU_PACKER packer;
+  packer.on_zone = [this](const uint8_t* zone, int fhp) { frame(zone, fhp); };
+  for (const auto& p : pk) packer.packet(p.data(), p.size());
+  packer.flush();
 }
 
 void FrameWriter::stream(const Bytes& data) {

@@ -8,22 +8,14 @@
 #include <string>
 #include <vector>
 
+#include "sim/cadu_writer.h"
+
 namespace cadu_builder {
 
 using Bytes = std::vector<uint8_t>;
 
-// One AVHRR scan as carried in an APID 103/104 packet.
-struct AvhrrScan {
-  int apid = 103;
-  int day = 0;        // days since 2000-01-01
-  uint32_t msec = 0;  // milliseconds of day
-  uint16_t space[10][5] = {};
-  uint16_t ramp[5] = {};
-  uint16_t earth[2048 * 5] = {};  // channel-interleaved
-  uint16_t target[5] = {};
-  uint16_t patch[5] = {};
-  uint16_t backscan[10][5] = {};
-};
+// One AVHRR scan as carried in an APID 103/104 packet (the simulator's).
+using AvhrrScan = SIM_AVHRR_SCAN;
 
 // A scan filled with values derived from seed (all below 1024).
 AvhrrScan make_scan(int seed, int day, uint32_t msec, int apid = 103);

@@ -110,8 +110,8 @@ TEST(SimFormats, OpenAsTheirType) {
 
 TEST(SimFormats, UnwrittenFormatsAndBadOptionsFail) {
   testutil::TempDir dir;
-  // A format not written yet: a message, no crash.
-  EXPECT_NE(synth("metop", dir.file("x.metop"), 5).status, 0);
+  // An FY-3 whose picture the reader does not take (MERSI): a message, no crash.
+  EXPECT_NE(synth("fy3", dir.file("x.fy3"), 5, {}, "FENGYUN 3D").status, 0);
   // Unknown format, unknown satellite, bad start, absurd numbers.
   EXPECT_NE(synth("bogus", dir.file("x"), 5).status, 0);
   EXPECT_NE(synth("hrpt", dir.file("x"), -5).status, 0);

@@ -1,6 +1,9 @@
 // Reception subcommands: the decoder board over USB ("usb list", "usb info",
-// "usb capture", "usb frames"), with any FTDI backend or the board emulator.
+// "usb capture", "usb frames") and headless recording ("record"), with any
+// FTDI backend or the board emulator.
 #include <time.h>
+
+#include <csignal>
 
 #include <cstring>
 #include <memory>
@@ -9,9 +12,14 @@
 
 #include "app/cli/cli.h"
 #include "app/ui_ops.h"
+#include "common/text.h"
 #include "config/prefs.h"
+#include "config/prefs_file.h"
+#include "display/display_types.h"
+#include "formats/picinfo.h"
 #include "reception/boardemu.h"
 #include "reception/ftport.h"
+#include "reception/record.h"
 #include "reception/usblink.h"
 
 namespace {
@@ -225,6 +233,149 @@ void cmd_frames(const UsbOpts& o, int count) {
                 {"device_lost", usb_unpacker().lost != 0}});
 }
 
+// ---- record ----
+
+struct RecordOpts {
+  std::string type, channels, sim, device, emulate, backend, dir, log_rs;
+  bool once = false, fast = false, pace = false, no_save = false, satname = false;
+  int rs = -1;  // -1: on for the CCSDS types with RS-FEC, 0/1 forced
+  int frames = 0, start_after = -1, stop_after = -1, abort_after = 0;
+  double bit_errors = 0;
+  long sync_loss_from = -1, sync_loss_frames = 0, vanish_after = -1, stall_after = -1;
+};
+
+// Targets of the signals: SIGINT/SIGTERM stop, SIGUSR1 aborts the pass as the
+// tracker would.
+RECORDINFO* volatile g_rec_sig = nullptr;
+extern "C" void on_stop_signal(int) {
+  if (g_rec_sig) g_rec_sig->recording = 0;
+}
+extern "C" void on_abort_signal(int) {
+  if (g_rec_sig) g_rec_sig->abort = 1;
+}
+
+struct RecordRun {
+  const RecordOpts* o;
+};
+
+void rec_log_stderr(void*, const char* text) { std::fprintf(stderr, "%s\n", text); }
+
+void rec_on_frame(void* data, RECORDINFO* rdi, int, int frames) {
+  const RecordOpts* o = static_cast<RecordRun*>(data)->o;
+  if (o->abort_after > 0 && frames == o->abort_after) rdi->abort = 1;
+}
+
+void rec_on_pass(void*, const REC_RESULT* r) {
+  cli_emit(json{{"file", r->file_name},
+                {"frames", r->frames},
+                {"satellite", r->sat_name},
+                {"corrected", r->corrected},
+                {"uncorrectable", r->uncorrectable},
+                {"stop", rec_stop_name(r->stop)}});
+}
+
+void cmd_record(const RecordOpts& o) {
+  cli_load_prefs();
+  auto rec = std::make_unique<RECORDINFO>();
+  auto view = std::make_unique<VIEWINFO>();
+  PICINFO* pic = pic_new();
+  std::unique_ptr<PICINFO, void (*)(PICINFO*)> pic_guard(pic, pic_delete);
+  RECORDINFO* r = rec.get();
+  Load_Prefs(r, nullptr, nullptr);
+  char err[200];
+  std::string spec = o.type + ":" + o.channels;
+  int code = rec_apply_spec(r, spec.c_str(), err, sizeof err);
+  if (code < 0) {
+    cli_fail(err);
+    return;
+  }
+  if (!o.dir.empty()) {
+    pava::copy_text(r->work_location, o.dir.c_str());
+    for (char* d : {r->dir_hrpt, r->dir_chrpt, r->dir_mhrpt, r->dir_qnoaa20, r->dir_qnoaa21,
+                    r->dir_aqua, r->dir_metop, r->dir_fy3})
+      d[0] = '\0';
+  }
+  r->batch_mode = 1;
+  r->one_record = o.once;
+  r->recording = 1;
+  r->save_flag = !o.no_save;
+  if (o.satname) r->use_satname = 1;
+  if (o.start_after >= 0) r->hrpt_start_after_in_sync = o.start_after;
+  if (o.stop_after >= 0) r->hrpt_stop_after_out_sync = o.stop_after;
+  r->reed_solomon = o.rs >= 0 ? o.rs : satmode_rsfec(code) ? 1 : 0;
+  pava::copy_text(r->fndrs, o.log_rs.c_str());
+  r->usb.fast_ftd = o.fast;
+
+  std::unique_ptr<BOARDEMU> emu;
+  if (!o.sim.empty()) {
+    FILE* f = std::fopen(o.sim.c_str(), "rb");
+    if (!f) {
+      std::fprintf(stderr, "'%s' doesn't exist.\n", o.sim.c_str());
+      cli_status() = 1;
+      return;
+    }
+    std::fclose(f);
+    r->port_type = from_file;
+    pava::copy_text(r->sim_file, o.sim.c_str());
+  } else {
+    r->port_type = usb;
+    r->usb.ena = 1;
+    r->usb.usb_use_id = !o.device.empty();
+    pava::copy_text(r->usb.usbport_id, o.device.c_str());
+    if (!o.emulate.empty()) {
+      emu = std::make_unique<BOARDEMU>();
+      bool hrpt_src = r->sat_type == HRPT || r->sat_type == CHRPT;
+      int st = hrpt_src ? boardemu_load_raw16be(emu.get(), o.emulate.c_str(),
+                                                r->sat_type == CHRPT ? 22180 : 11090)
+                        : boardemu_load_cadu(emu.get(), o.emulate.c_str());
+      if (st != 0) {
+        cli_fail("can't read " + o.emulate);
+        return;
+      }
+      emu->packing = r->sat_type == FY3D ? 0 : -1;
+      emu->loop = o.frames > 0;
+      emu->pace = o.pace;
+      emu->timeout_scale = o.pace ? 1.0 : 0.01;
+      emu->bit_error_rate = o.bit_errors;
+      emu->sync_loss_from = o.sync_loss_from;
+      emu->sync_loss_frames = o.sync_loss_frames;
+      emu->vanish_after = o.vanish_after;
+      emu->stall_after = o.stall_after;
+      boardemu_attach(emu.get());
+      ftport_select("emulator");
+    } else if (!o.backend.empty() && ftport_select(o.backend.c_str()) != 0) {
+      cli_fail("USB backend not available: " + o.backend);
+      return;
+    }
+    usb_unpacker_reset();
+    if (usb_init_connect(&r->usb) == 0) set_sat(&r->usb, code);
+  }
+
+  RecordRun run{&o};
+  REC_CONTEXT ctx{};
+  ctx.data = &run;
+  ctx.log = rec_log_stderr;
+  ctx.on_frame = rec_on_frame;
+  ctx.on_pass = rec_on_pass;
+  ctx.stop_at_file_end = 1;
+  ctx.max_frames = o.frames;
+  g_rec_sig = r;
+  std::signal(SIGINT, on_stop_signal);
+  std::signal(SIGTERM, on_stop_signal);
+  std::signal(SIGUSR1, on_abort_signal);
+  int st = Recordpp_Hrpt(&ctx, r, pic, view.get());
+  std::signal(SIGINT, SIG_DFL);
+  std::signal(SIGTERM, SIG_DFL);
+  std::signal(SIGUSR1, SIG_DFL);
+  g_rec_sig = nullptr;
+  if (r->port_type == usb) {
+    if (r->usb.ftHandle) dis_dat(&r->usb);
+    usb_close_connect(&r->usb);
+  }
+  if (emu) boardemu_attach(nullptr);
+  if (st != 0) cli_status() = 1;
+}
+
 }  // namespace
 
 void cli_add_reception(CLI::App& app) {
@@ -262,4 +413,37 @@ void cli_add_reception(CLI::App& app) {
   fr->add_option("--count", fr_count,
                  "frames to pull (default: those of --emulate, all of --replay, else endless)");
   fr->callback([] { cmd_frames(fr_o, fr_count); });
+
+  static RecordOpts rec_o;
+  auto* rc = app.add_subcommand("record", "record passes from the decoder board (batch mode)");
+  rc->add_option("--type", rec_o.type,
+                 "hrpt, chrpt, m2hrpt, metop, noaa20, noaa21, aqua, fy3ab, fy3c, fy3d")
+      ->required();
+  rc->add_option("--channels", rec_o.channels, "channels: digits (0 = 10) or a for all")
+      ->required();
+  rc->add_flag("--once", rec_o.once, "stop after one pass");
+  auto* src_sim = rc->add_option("--sim", rec_o.sim, "replay a recorded file instead of the board");
+  auto* src_dev = rc->add_option("--device", rec_o.device, "serial number of the board");
+  auto* src_emu = rc->add_option("--emulate", rec_o.emulate, "emulate a board streaming this file");
+  src_sim->excludes(src_dev)->excludes(src_emu);
+  src_dev->excludes(src_emu);
+  rc->add_option("--backend", rec_o.backend, "FTDI access: auto, d2xx, libftdi, emulator");
+  rc->add_flag("--fast", rec_o.fast, "board in the fast (FT232H) transfer mode");
+  rc->add_option("--dir", rec_o.dir, "directory of the record files (default: preferences)");
+  rc->add_option("--frames", rec_o.frames, "end a pass after this many frames (emulator loops)");
+  rc->add_option("--start-after", rec_o.start_after, "in-sync lines before a pass starts");
+  rc->add_option("--stop-after", rec_o.stop_after, "out-of-sync limit (0: never)");
+  rc->add_option("--rs", rec_o.rs, "Reed-Solomon correction 0/1 (default: by type)");
+  rc->add_flag("--no-save", rec_o.no_save, "do not write a record file");
+  rc->add_flag("--satname", rec_o.satname, "rename the file after the satellite");
+  rc->add_option("--log-rs", rec_o.log_rs, "Reed-Solomon log file");
+  rc->add_option("--abort-after", rec_o.abort_after,
+                 "abort the pass after N frames (as the tracker)");
+  rc->add_flag("--pace", rec_o.pace, "emulator: stream in real time");
+  rc->add_option("--bit-errors", rec_o.bit_errors, "emulator: bit error rate");
+  rc->add_option("--sync-loss-from", rec_o.sync_loss_from, "emulator: first frame without sync");
+  rc->add_option("--sync-loss-frames", rec_o.sync_loss_frames, "emulator: frames without sync");
+  rc->add_option("--vanish-after", rec_o.vanish_after, "emulator: device gone after N bytes");
+  rc->add_option("--stall-after", rec_o.stall_after, "emulator: stream stalls after N bytes");
+  rc->callback([] { cmd_record(rec_o); });
 }

@@ -85,8 +85,7 @@ void cli_add_synth(CLI::App& app) {
   s->add_option("--tle", a->tle, "Element file")->required();
   s->add_option("--start", a->start, "Start of the pass, UTC (YYYY-MM-DDTHH:MM:SSZ)")->required();
   s->add_option("--seconds", a->seconds, "Length of the pass")->required();
-  s->add_option("--format", a->format,
-                "hrpt|chrpt|hpt|mhrpt1|mhrpt2|metop|fy3|noaa20 (written now: hrpt, hpt, mhrpt1)");
+  s->add_option("--format", a->format, "hrpt|chrpt|hpt|mhrpt1|mhrpt2|metop|fy3|noaa20");
   s->add_option("-o", a->out, "Output file")->required();
   s->add_option("--seed", a->seed, "Seed of the clouds and the errors");
   s->add_option("--clouds", a->clouds, "Cloud cover 0..1");

@@ -1,0 +1,262 @@
+// The IQ test recorder, the test panel's FPGA serial port, the idle emulated
+// board and the tuner's complete messages, on the board emulator.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "common/text.h"
+#include "config/prefs.h"
+#include "orbit/satdb.h"
+#include "reception/board_fixture.h"
+#include "reception/emuboard.h"
+#include "reception/hwpanel.h"
+#include "reception/iqlink.h"
+#include "reception/iqrecord.h"
+#include "reception/tuner.h"
+#include "support/testutil.h"
+
+using boardtest::BoardTest;
+
+namespace {
+
+// Entries and LEDs of the "Record IQ" window as the recorder set them.
+std::map<std::string, std::vector<std::string>>& entries() {
+  static std::map<std::string, std::vector<std::string>> e;
+  return e;
+}
+void on_entry(const char* win, const char* name, const char* text) {
+  if (win && !std::strcmp(win, IQ_WINDOW)) entries()[name].push_back(text);
+}
+
+class IqRecord : public BoardTest {
+ protected:
+  void SetUp() override {
+    BoardTest::SetUp();
+    UI_OPS ops{};
+    ops.drain_events = boardtest::on_drain;
+    ops.message = boardtest::on_message;
+    ops.set_entry = on_entry;
+    ui_install(&ops);
+    entries().clear();
+    iq_unpacker_reset();
+    iq_bitreverse() = 1;
+    pava::copy_text(rec->work_location, dir.path());
+    rec->height = 50;
+  }
+  void TearDown() override {
+    iq_bitreverse() = 1;
+    iq_unpacker_reset();
+    BoardTest::TearDown();
+  }
+  std::string last(const char* name) {
+    auto& v = entries()[name];
+    return v.empty() ? "" : v.back();
+  }
+  testutil::TempDir dir;
+  PICINFO pic;
+};
+
+TEST_F(IqRecord, SavesBitReversedSamplesAndCountsBits) {
+  std::vector<uint8_t> raw(64 * 1024);
+  for (size_t i = 0; i < raw.size(); i++) raw[i] = uint8_t(i * 7 + (i >> 10));
+  emu->raw = raw;
+  iq_prepare_command(rec.get());
+  start_stream(IQ_BOARD_MODE, IQTEST, 0);
+  EXPECT_EQ(emu->regs[1], IQ_BOARD_MODE);
+  EXPECT_EQ(rec->channels_recording[1], 1);
+  EXPECT_EQ(rec->channels_recording[2], 0);
+  rec->save_flag = 1;
+  set_rec_par_iq(rec.get(), &pic);
+  EXPECT_EQ(rec->fri.words_per_frame, IQ_FRAME_WORDS);
+  boardtest::drain_state().stop_after = 21;  // one drain a frame: 20 frames
+  EXPECT_EQ(Recordpp_one_IQTest(rec.get(), &pic), 20);
+  ASSERT_EQ(rec->fp, nullptr);  // closed
+  const std::string file = rec->file_name;
+  EXPECT_NE(file.find("qpsk"), std::string::npos);
+  EXPECT_EQ(file.substr(file.size() - 4), ".dat");
+  std::string saved = testutil::read_file(file);
+  ASSERT_EQ(saved.size(), 20u * IQ_FRAME_WORDS);
+  for (size_t i = 0; i < saved.size(); i++)
+    ASSERT_EQ(uint8_t(saved[i]), iq_reverse_bits(raw[i])) << i;
+  // Status texts: file name, frame counter every tenth frame, bits, "Stop".
+  EXPECT_EQ(entries()["!Recording "].front(), file.substr(file.rfind('/') + 1));
+  EXPECT_EQ(last("!Recording "), "Stop");
+  EXPECT_EQ(entries()["kbytes received"], (std::vector<std::string>{"10", "20"}));
+  int c[4];
+  char text[40];
+  std::vector<uint16_t> f(IQ_FRAME_WORDS);
+  for (int i = 0; i < IQ_FRAME_WORDS; i++) f[size_t(i)] = iq_reverse_bits(raw[19 * 1024 + i]);
+  collect_bits_counts(f.data(), 0, c, text, sizeof text);
+  EXPECT_EQ(last("IQc"), text);
+  EXPECT_EQ(entries()["IQc"].size(), 20u);
+}
+
+TEST_F(IqRecord, OutOfSyncStopsOnlyOtherTypes) {
+  // Mode-2 words without the in-sync flag, a frame start every 100 words.
+  iq_bitreverse() = 0;
+  std::vector<uint8_t> raw;
+  for (int i = 0; i < 20000; i++) {
+    uint8_t two[2];
+    boardemu_pack2(i & 0x3FF, i % 100 == 0, false, two);
+    raw.insert(raw.end(), two, two + 2);
+  }
+  struct Row {
+    SAT_TYPE type;
+    int stop_after_out_sync;
+    long frames;  // recorded before the pass ends
+  } rows[] = {
+      {HRPT, 3, 3},     // the fourth status-2 frame ends it
+      {HRPT, 0, 30},    // 0: never; the drain limit ends it
+      {IQTEST, 3, 30},  // IQTEST ignores the threshold
+  };
+  for (const Row& r : rows) {
+    SetUp();
+    emu->raw = raw;
+    iq_bitreverse() = 0;
+    start_stream(0, r.type, 100);
+    rec->hrpt_stop_after_out_sync = r.stop_after_out_sync;
+    boardtest::drain_state().stop_after = 31;
+    EXPECT_EQ(Recordpp_one_IQTest(rec.get(), &pic), r.frames)
+        << r.type << " " << r.stop_after_out_sync;
+    EXPECT_EQ(last("!Recording "), "Stop");
+    TearDown();
+  }
+  SetUp();
+}
+
+TEST_F(IqRecord, PortErrorsAndOuterLoop) {
+  struct Row {
+    PORT_TYPE port;
+    int use_id;
+    const char* message;
+  } rows[] = {
+      {usb, 0, "Error|Can't open USB port."},
+      {usb, 1, "Error|Can't open USB port EMUX"},
+      {ethernet, 0, "Error|Can't open Ethermet port."},
+  };
+  emu->present = false;
+  for (const Row& r : rows) {
+    boardtest::messages().clear();
+    rec->port_type = r.port;
+    rec->usb.usb_use_id = r.use_id;
+    pava::copy_text(rec->usb.usbport_id, "EMUX");
+    EXPECT_EQ(Recordpp_IQTest(rec.get(), &pic), -1);
+    EXPECT_EQ(boardtest::messages(), std::vector<std::string>{r.message});
+  }
+  // With the board: "Wait", a recording, "Off" after one pass.
+  emu->present = true;
+  rec->port_type = usb;
+  rec->usb.usb_use_id = 0;
+  emu->raw.assign(200000, 0x55);
+  iq_prepare_command(rec.get());
+  rec->one_record = 1;
+  boardtest::drain_state().stop_after = 40;
+  EXPECT_EQ(Recordpp_IQTest(rec.get(), &pic), 0);
+  auto& st = entries()["!Recording "];
+  ASSERT_GE(st.size(), 4u);
+  EXPECT_EQ(st.front(), "Wait");
+  EXPECT_EQ(st[1], "(no save)");
+  EXPECT_EQ(st.back(), "Off");
+  EXPECT_EQ(last("IQc"), "     0   1024   1024      0");  // 0x55 reversed: 0xAA
+}
+
+TEST_F(BoardTest, IqBoardModeButton) {
+  RECORDINFO& r = *rec;
+  ASSERT_EQ(usb_init_connect(&r.usb), 0);
+  set_sat(&r.usb, IQ_BOARD_MODE);
+  EXPECT_STREQ(get_sat_set_but_rawd(&r), "IQTEST");
+  EXPECT_EQ(r.sat_type, IQTEST);
+  EXPECT_EQ(r.file_type, FT_IQTEST);
+  set_sat(&r.usb, 0);
+  EXPECT_STREQ(get_sat_set_but_rawd(&r), "(other)");
+  EXPECT_EQ(r.sat_type, sat_unk);
+}
+
+// ---- Test panel ----
+
+TEST_F(BoardTest, FpgaUartSendsThroughSerialRegisters) {
+  const uint8_t bytes[] = {0x31, 0x6E, 0xE0};
+  EXPECT_EQ(fpga_uart_send(&rec->usb, bytes, 3), 0);
+  EXPECT_EQ(emu->log.reg_writes,
+            (std::vector<std::pair<int, int>>{
+                {14, 0x31}, {12, 128}, {14, 0x6E}, {12, 128}, {14, 0xE0}, {12, 128}}));
+  EXPECT_EQ(emu->log.serial_tx, std::vector<uint8_t>(bytes, bytes + 3));
+  emu->overflow_reads = 1;
+  EXPECT_EQ(fpga_uart_state(&rec->usb), 0x80);
+  emu->present = false;
+  usb_close_connect(&rec->usb);
+  EXPECT_NE(fpga_uart_send(&rec->usb, bytes, 3), 0);
+  EXPECT_EQ(fpga_uart_state(&rec->usb), -1);
+}
+
+TEST(HwPanel, ByteEntries) {
+  struct Row {
+    const char* text;
+    int value;
+  } rows[] = {
+      {"194", 194}, {"0xC2", 0xC2}, {" 7 ", 7},  // blanks around are fine
+      {"256", 0},   {"-1", 0},      {"zz", 0},  {"12ab", 0}, {"", 0},
+  };
+  for (const Row& r : rows) EXPECT_EQ(hwpanel_byte(r.text), r.value) << r.text;
+  EXPECT_EQ(hwpanel_byte(nullptr), 0);
+}
+
+TEST(EmuBoard, IdleBoardOnlyForTheEmulatorBackend) {
+  char saved[sizeof prefs.usb_backend];
+  std::memcpy(saved, prefs.usb_backend, sizeof saved);
+  boardemu_attach(nullptr);
+  pava::copy_text(prefs.usb_backend, "libftdi");
+  EXPECT_EQ(emulator_board_ensure(), 0);
+  EXPECT_EQ(boardemu_attached(), nullptr);
+  pava::copy_text(prefs.usb_backend, "emulator");
+  EXPECT_EQ(emulator_board_ensure(), 1);
+  BOARDEMU* idle = boardemu_attached();
+  ASSERT_NE(idle, nullptr);
+  EXPECT_EQ(emulator_board_ensure(), 1);
+  EXPECT_EQ(boardemu_attached(), idle);  // kept, not replaced
+  boardemu_attach(nullptr);
+  std::memcpy(prefs.usb_backend, saved, sizeof saved);
+}
+
+// ---- Tuner: whole messages as the board's serial port carries them ----
+
+TEST_F(BoardTest, TunerMessagesByteExact) {
+  RECORDINFO* saved = g_recordinfo;
+  g_recordinfo = rec.get();
+  struct Row {
+    const char* name;
+    float mhz;
+    int offset;
+    std::vector<uint8_t> want;
+  } rows[] = {
+      // 137.1 MHz, offset 0: 1371 = 0x055B; 'P' from the name.
+      {"NOAA 19",
+       137.1f,
+       0,
+       {'S', 0x05, 0x5B, 'P', 'N', 'O', 'A', 'A', ' ', '1', '9', ' ', ' ', ' ', ' ', 0xD4}},
+      // 1701.3 MHz, offset -5: 17008 = 0x4270; 'Q'; name cut to 11.
+      {"METOP-B    LONGER",
+       1701.3f,
+       -5,
+       {'S', 0x42, 0x70, 'Q', 'M', 'E', 'T', 'O', 'P', '-', 'B', ' ', ' ', ' ', ' ', 0x36}},
+  };
+  static SAT sats[2];  // the tuner keeps the last one as its current satellite
+  for (const Row& r : rows) {
+    emu->log = BOARDEMU_LOG{};
+    SAT& sat = sats[&r - rows];
+    pava::copy_text(sat.satname, r.name);
+    sat.hfreq = r.mhz;
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(set_tuner1(&sat, r.offset), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "foffset=" + std::to_string(r.offset) + "\n");
+    ASSERT_EQ(emu->log.tuner_msgs.size(), 5u) << r.name;
+    for (const auto& m : emu->log.tuner_msgs) EXPECT_EQ(m, r.want) << r.name;
+    tuner_set_window_hook(nullptr);
+  }
+  g_recordinfo = saved;
+}
+
+}  // namespace
