@@ -39,7 +39,6 @@ namespace {
 constexpr const char* kMain = "Pava";
 constexpr const char* kCanvas = "Is_Canvas2";
 constexpr const char* kSyncing = "pava_syncing";  // menu callbacks held off
-constexpr const char* kNotYet = "Not available yet.";
 
 gint64 g_start_us = 0;             // when the program started (main_mark_start)
 bool g_first_draw_pending = true;  // the first drawn picture is logged once
@@ -166,8 +165,6 @@ void configure_event_main(void* user, int, int) { Update_Main(GTK_WIDGET(user));
 // ---- Menu callbacks ----
 
 void on_close_window(GtkWidget* w, gpointer) { gtk_widget_destroy(sgtk_window_of(w)); }
-
-void not_yet(GtkWidget* item, const char*) { Create_Message(item, "Info", "%s", kNotYet); }
 
 void after_open(GtkWidget* win) {
   PICINFO* pic = Get_Picinfo_db(win);
