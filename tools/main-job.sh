@@ -11,10 +11,7 @@ cmake --build build -j"$(nproc)" --target pava pava-cli
 sample=data/samples/noaa19_2020-10-26_0726.hrpt
 if [ ! -s "$sample" ]; then
   mkdir -p data/samples
-  build/bin/pava-cli synth --sat "NOAA 19" --tle data/weather.txt \
-    --start 2020-10-26T07:26:30Z --seconds 480 --format hrpt --seed 20201026 --clouds 0.3 \
-    -o "$sample.part"
-  mv "$sample.part" "$sample"
+  data/install/make_sample.sh "$sample" build/bin/pava-cli data/weather.txt
 fi
 if [ -z "${DISPLAY:-}" ]; then
   png=data/samples/noaa19_2020-10-26_0726.png

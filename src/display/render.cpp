@@ -15,8 +15,12 @@ int render_picture(PICINFO* pic, const RENDEROPTS& o, VIEWINFO* view, RGBIMAGE* 
   view->dsp_llim = 100;
   view->grid = o.grid;
   view->boundaries = o.coast;
-  view->grid_clr = {0xffff, 0xffff, 0};
-  view->cont_clr = {0xffff, 0, 0};
+  auto clr = [](int rgb) {
+    return RGBCLR{uint16_t(((rgb >> 16) & 0xff) * 257), uint16_t(((rgb >> 8) & 0xff) * 257),
+                  uint16_t((rgb & 0xff) * 257)};
+  };
+  view->grid_clr = clr(o.grid_rgb);
+  view->cont_clr = clr(o.coast_rgb);
   view->scan_hor = o.north_up && pic->scan_hor == E_W ? E_W : W_E;
   view->scan_ver = o.north_up && pic->scan_ver == S_N ? S_N : N_S;
   view->chan_selected = o.channel > 0 ? o.channel : 1;

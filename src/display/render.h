@@ -18,6 +18,8 @@ struct RENDEROPTS {
   int offset_sec = 0;  // orbit corrections
   float offset_lon = 0;
   const char* coast_file = nullptr;  // null: the preference
+  int grid_rgb = 0xc0c0c0;           // grid and coast colours, 0xRRGGBB (the
+  int coast_rgb = 0xffff00;          // preferences Grid_color, boundary_color)
 };
 
 // Sets up *view for the options and draws the picture into out. The picture's

@@ -123,6 +123,8 @@ void run_render(const RenderArgs& a) {
   o.north_up = a.north_up;
   o.offset_sec = a.offset_sec;
   o.offset_lon = a.offset_lon;
+  o.grid_rgb = prefs.grid_color;  // the colours pava shows
+  o.coast_rgb = prefs.boundary_color;
   RGBIMAGE im;
   int st = render_picture(pic.get(), o, view.get(), &im);
   if (st == DRAW_NO_PICTURE || st == DRAW_NO_LUMTABLE) {
