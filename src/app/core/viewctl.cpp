@@ -67,6 +67,12 @@ bool has_picture(const PICINFO* pic) { return pic && pic->width > 0 && pic->heig
 // Visible part of the picture along one axis: size/zoom picture pixels.
 float visible(int size, float zoom) { return zoom > 0 ? float(size) / zoom : float(size); }
 
+// Half the difference of two visible ranges in whole pixels, odd in its
+// arguments: half_step(b, a) == -half_step(a, b).
+int half_step(float from, float to) {
+  return from >= to ? int(std::lround((from - to) / 2)) : -int(std::lround((to - from) / 2));
+}
+
 }  // namespace
 
 const char* const* view_item_paths() { return kViewPaths; }
@@ -223,9 +229,21 @@ int zoom_key(VIEWINFO* view, const PICINFO* pic, int sw, int sh, int key) {
       break;
     case 'i':
     case 'o': {
+      // About the centre of the shown range: the origin moves by half the
+      // change of the visible range, rounded as one whole-pixel step, so out
+      // after in takes exactly the same step back (rounding the pixel under
+      // the screen's centre instead drifts by one on some area sizes).
+      if (!has_picture(pic)) return 0;
       float f = zoom_step(view);
-      zoom_at(view, pic, sw, sh, sw / 2, sh / 2, key == 'i' ? f : 1 / f);
-      return 0;
+      correct_zoomval(view, pic, sw, sh);
+      view->zval_pre = z;
+      const ZOOMVAL was = z;
+      z.zx = key == 'i' ? z.zx * f : z.zx / f;
+      z.zy = key == 'i' ? z.zy * f : z.zy / f;
+      correct_zoomval(view, pic, sw, sh);  // the new factors (clamps the origin too)
+      z.ox = was.ox + half_step(visible(pic->width, was.zx), visible(pic->width, z.zx));
+      z.oy = was.oy + half_step(visible(pic->height, was.zy), visible(pic->height, z.zy));
+      break;
     }
     case 'l':
       std::swap(view->zval, view->zval_pre);
