@@ -19,4 +19,4 @@ tools/build.sh build-asan -DCMAKE_BUILD_TYPE=Debug -DPAVA_SANITIZE=ON -DPAVA_BEN
    ctest --no-tests=error --output-on-failure -j"$jobs")
 
 echo "== fuzz targets (bounded time)"
-tools/fuzz.sh "${PAVA_FUZZ_SECONDS:-8}"
+tools/fuzz.sh "${PAVA_FUZZ_SECONDS:-5}"
