@@ -23,6 +23,7 @@ struct DrawCtx {
   const int* xmap = nullptr;
   const int* ymap = nullptr;
   int nvalid = 0;  // valid xmap entries (they come first)
+  int x0 = -1;     // xmap[i] == x0 + i for every valid column (zoom 1), else -1
   std::vector<int> lut;
   uint32_t pal[DRAW_PALETTE] = {};
   // Value -> screen byte of each colour: luminance table, clamp, palette.
@@ -102,8 +103,13 @@ void gather(const DrawCtx& c, int ch, int py, const int* cols, int n, float* fv)
     return;
   }
   const uint16_t* src = l->line[slot];
-  if (l->width >= pic->width) {  // the screen map stays inside such a line
-    for (int i = 0; i < n; i++) fv[i] = float(src[cols[i]]);
+  if (l->width >= pic->width) {         // the screen map stays inside such a line
+    if (cols == c.xmap && c.x0 >= 0) {  // one run of columns: loads in a row
+      const uint16_t* run = src + c.x0;
+      for (int i = 0; i < n; i++) fv[i] = float(run[i]);
+    } else {
+      for (int i = 0; i < n; i++) fv[i] = float(src[cols[i]]);
+    }
     return;
   }
   const int wmax = l->width - 1;
@@ -225,6 +231,14 @@ void draw_rows(const DrawCtx& c, int y0, int y1, uint8_t* out, long* hist_out) {
   const int nov = std::min(nv, W - 1);  // overlays leave the last row and column
   std::vector<uint8_t> vmask(size_t(std::max(nov, 1)), 0);
   int grid_py = -1;  // picture line of the overlay flags and cells
+  // Screen rows showing the values in rb.hidx not yet counted: a picture line
+  // repeated by the zoom is counted once with its number of rows.
+  uint32_t pending = 0;
+  auto count_pending = [&] {
+    const int* hidx = rb.hidx.data();
+    for (int i = 0; pending && i < nv; i++) hist[((i & 3) << 10) + hidx[i]] += pending;
+    pending = 0;
+  };
   if (grid && y0 > 0 && c.ymap[y0 - 1] >= 0 && c.ymap[y0 - 1] < cell_rows) {
     // The row above the first: its cells for the crossings against it.
     const uint32_t* cl = &c.pic->ovlinfo.cells[size_t(c.ymap[y0 - 1]) * size_t(pw)];
@@ -238,6 +252,7 @@ void draw_rows(const DrawCtx& c, int y0, int y1, uint8_t* out, long* hist_out) {
     uint8_t* row = out + size_t(sy) * rowbytes;
     const int py = c.ymap[sy];
     if (py < 0 || !pic_line(c.pic, py)) {
+      count_pending();
       std::memset(row, 0, rowbytes);
       up_valid = false;
       grid_py = -1;
@@ -246,15 +261,16 @@ void draw_rows(const DrawCtx& c, int y0, int y1, uint8_t* out, long* hist_out) {
     }
     if (py == last_py) {
       std::memcpy(row, rb.base.data(), rowbytes);
-      for (int i = 0; i < nv; i++) hist[((i & 3) << 10) + rb.hidx[size_t(i)]]++;
+      pending++;
     } else {
+      count_pending();
       compute_values(c, rb, py, c.xmap, nv);
       const int* R = rb.r.data();
       const int* G = rb.g.data();
       const int* B = rb.b.data();
       int* hidx = rb.hidx.data();
       for (int i = 0; i < nv; i++) hidx[i] = std::min((R[i] + G[i] + B[i]) / 3, 1023);
-      for (int i = 0; i < nv; i++) hist[((i & 3) << 10) + hidx[i]]++;
+      pending = 1;
       int i = 0;
 #if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
       // One 4-byte store a pixel; its fourth byte is the next pixel's first,
@@ -296,8 +312,9 @@ void draw_rows(const DrawCtx& c, int y0, int y1, uint8_t* out, long* hist_out) {
       const int* ub = rb.qlat_up.data();
       const uint8_t up = (up_valid && sy > 0) ? 1 : 0;
       const uint8_t gm = grid ? 1 : 0, cm = coast ? 2 : 0;
+      const uint32_t* run = c.x0 >= 0 ? cells + c.x0 : nullptr;  // one run of columns
       for (int i = 0; i < nov; i++) {
-        const uint32_t q = cells[c.xmap[i]];
+        const uint32_t q = run ? run[i] : cells[c.xmap[i]];
         ql[i] = int(q & kCellMask);
         qb[i] = int((q >> 15) & kCellMask);
         ov[i] = uint8_t(cm & (q >> 30));
@@ -328,6 +345,7 @@ void draw_rows(const DrawCtx& c, int y0, int y1, uint8_t* out, long* hist_out) {
     for (; i < nov; i++)
       if (ov[i]) paint(row + 3 * i, (ov[i] & 2) ? c.cont_rgb : c.grid_rgb);
   }
+  count_pending();
   for (int k = 0; k < 4; k++)
     for (int i = 0; i < 1024; i++) hist_out[i] += sub[size_t(k * 1024 + i)];
 }
@@ -417,6 +435,11 @@ int draw_pic(PICINFO* pic, VIEWINFO* view, int width, int height, RGBIMAGE* out,
   c.xmap = view->xmap.data();
   c.ymap = view->ymap.data();
   while (c.nvalid < width && c.xmap[c.nvalid] >= 0) c.nvalid++;
+  if (c.nvalid > 0) {
+    c.x0 = c.xmap[0];
+    for (int i = 1; i < c.nvalid && c.x0 >= 0; i++)
+      if (c.xmap[i] != c.x0 + i) c.x0 = -1;
+  }
 
   const float gamma = (c.false_clr && opts->map_window_open) ? view->cmhc.gamma : view->gamma;
   if (map_z(view->lum_min, view->lum_max, gamma, view->invert, DRAW_PALETTE, DRAW_LUMTABLE,
