@@ -58,6 +58,19 @@ void unit(double a[3]) {
   if (l > 0) a[0] /= l, a[1] /= l, a[2] /= l;
 }
 
+// The orbital frame of a satellite at r moving with v: up away from the
+// earth's centre, forward along the velocity, right = forward x up.
+void orbital_frame(const double r[3], const double v[3], double up[3], double f[3],
+                   double right[3]) {
+  for (int k = 0; k < 3; k++) up[k] = r[k];
+  unit(up);
+  for (int k = 0; k < 3; k++) f[k] = v[k];
+  const double vu = dot(f, up);
+  for (int k = 0; k < 3; k++) f[k] -= vu * up[k];
+  unit(f);
+  cross(f, up, right);
+}
+
 // Rotation of a TEME vector into the earth-fixed frame.
 void teme_to_ecef(const double v[3], double theta, double o[3]) {
   double c = std::cos(theta), s = std::sin(theta);
@@ -212,14 +225,8 @@ int sim_ray_wgs84(const double r[3], const double v[3], double jd, double a, dou
                   double* lat, double p_km[3]) {
   // Orbital frame: down towards the earth's centre, forward along the
   // velocity, right = forward x up.
-  double up[3] = {r[0], r[1], r[2]};
-  unit(up);
-  double f[3] = {v[0], v[1], v[2]};
-  double vu = dot(f, up);
-  for (int k = 0; k < 3; k++) f[k] -= vu * up[k];
-  unit(f);
-  double right[3];
-  cross(f, up, right);
+  double up[3], f[3], right[3];
+  orbital_frame(r, v, up, f, right);
   double look[3];
   const double ca = std::cos(a), sa = std::sin(a);
   for (int k = 0; k < 3; k++) look[k] = -ca * up[k] + sa * right[k];
@@ -398,14 +405,8 @@ void sim_line(const SIM_PASS& p, int i, SIM_LINE* l) {
   double sun[3] = {std::cos(sp.lat) * std::cos(sp.lon), std::cos(sp.lat) * std::sin(sp.lon),
                    std::sin(sp.lat)};
   // The orbital frame of the line, turned earth-fixed once.
-  double up[3] = {r[0], r[1], r[2]};
-  unit(up);
-  double f[3] = {v[0], v[1], v[2]};
-  double vu = dot(f, up);
-  for (int k = 0; k < 3; k++) f[k] -= vu * up[k];
-  unit(f);
-  double right[3];
-  cross(f, up, right);
+  double up[3], f[3], right[3];
+  orbital_frame(r, v, up, f, right);
   const double th = ThetaG_JD(l->jd);
   double se[3], ue[3], re[3];
   teme_to_ecef(r, th, se);
