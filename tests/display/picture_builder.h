@@ -4,7 +4,11 @@
 #include <cmath>
 #include <functional>
 #include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
+#include "app/ui_ops.h"
 #include "display/display_types.h"
 #include "formats/picinfo.h"
 
@@ -64,5 +68,26 @@ inline VIEWINFO* make_view() {
   v->scan_ver = N_S;
   return v;
 }
+
+// Records what the core tells the user while it lives: message boxes as
+// (title, text), status entries as (name, text); the progress callback
+// cancels at its cancel_after-th call (-1: never); questions answer "no".
+struct FakeUi {
+  static inline std::vector<std::pair<std::string, std::string>> msgs, entries;
+  static inline int cancel_after = -1, progress_calls = 0;
+  FakeUi() {
+    msgs.clear();
+    entries.clear();
+    cancel_after = -1;
+    progress_calls = 0;
+    UI_OPS ops{};
+    ops.message = [](const char* t, const char* m) { msgs.emplace_back(t, m); };
+    ops.set_entry = [](const char*, const char* n, const char* t) { entries.emplace_back(n, t); };
+    ops.progress = [](double, const char*) { return ++progress_calls == cancel_after ? 1 : 0; };
+    ops.ask = [](const char*, const char*) { return 0; };
+    ui_install(&ops);
+  }
+  ~FakeUi() { ui_install(nullptr); }
+};
 
 }  // namespace dtest

@@ -1,6 +1,5 @@
 // Channel maps: composition, default maps, stored maps, alignment.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstring>
 
@@ -105,8 +104,6 @@ class StoredMaps : public ::testing::Test {
     saved_ = prefs;
     std::memset(prefs.clrmaps, 0, sizeof prefs.clrmaps);
     std::memset(prefs.clrmaps_loaded, 0, sizeof prefs.clrmaps_loaded);
-    prefs.prefs_file[0] = '\0';  // saving writes pava.ini into the current directory
-    prefs.cur_dir[0] = '\0';
     view_.reset(dtest::make_view());
   }
   void TearDown() override { prefs = saved_; }
@@ -142,9 +139,7 @@ TEST_F(StoredMaps, ChoiceWhenShown) {
 // Store, get, undo and save with the button states.
 TEST_F(StoredMaps, StoreGetUndoSave) {
   testutil::TempDir dir;
-  char cwd[512];
-  ASSERT_NE(getcwd(cwd, sizeof cwd), nullptr);
-  ASSERT_EQ(chdir(dir.path().c_str()), 0);  // a written pava.ini lands here
+  pava::copy_text(prefs.prefs_file, dir.file("pava.ini").c_str());
 
   CLRMAP_BUTTONS b{};
   prefs.clrmaps_loaded[1][2].on[5] = 1;
@@ -182,7 +177,6 @@ TEST_F(StoredMaps, StoreGetUndoSave) {
   // Bad slots are refused.
   EXPECT_EQ(clrmap_store(view_.get(), 4, 0, &b), -1);
   EXPECT_EQ(clrmap_get(view_.get(), 0, 3), -1);
-  ASSERT_EQ(chdir(cwd), 0);
 }
 
 // "CMap A/B/C" and "Clum": lum always goes to stored map 1.

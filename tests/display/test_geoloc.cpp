@@ -4,16 +4,15 @@
 
 #include <cmath>
 #include <cstdio>
+#include <ctime>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "common/text.h"
-#include "common/timeutil.h"
 #include "config/prefs.h"
 #include "display/georef.h"
 #include "display/orbitbind.h"
-#include "orbit/sgp4.h"
 #include "picture_builder.h"
 #include "support/testutil.h"
 
@@ -47,11 +46,11 @@ dtest::PicPtr make_pass(const std::vector<double>& times) {
   return pic;
 }
 
-double dist_km(double lon1, double lat1, double lon2, double lat2) {
-  const double d2r = M_PI / 180.0;
-  double a =
-      std::pow(std::sin((lat2 - lat1) * d2r / 2), 2) +
-      std::cos(lat1 * d2r) * std::cos(lat2 * d2r) * std::pow(std::sin((lon2 - lon1) * d2r / 2), 2);
+// Great-circle distance of a position (radians) to lon, lat in degrees.
+double dist_km(const EPOINT& e, double lon, double lat) {
+  const double d2r = M_PI / 180.0, lat2 = lat * d2r;
+  double a = std::pow(std::sin((lat2 - e.lat) / 2), 2) +
+             std::cos(e.lat) * std::cos(lat2) * std::pow(std::sin((lon * d2r - e.lon) / 2), 2);
   return 2 * 6371.0 * std::asin(std::sqrt(std::min(1.0, a)));
 }
 
@@ -107,8 +106,7 @@ TEST(GeolocOracle, PreciseWithin3KmOfPyorbital) {
       EPOINT s{};
       xy2lonlat(int(x), int(y), nullptr, pic.get(), &s);
       const double rlon = ref[2 * i], rlat = ref[2 * i + 1];
-      double dp = dist_km(precise[i].lon * 180 / M_PI, precise[i].lat * 180 / M_PI, rlon, rlat);
-      double ds = dist_km(s.lon * 180 / M_PI, s.lat * 180 / M_PI, rlon, rlat);
+      double dp = dist_km(precise[i], rlon, rlat), ds = dist_km(s, rlon, rlat);
       EXPECT_LE(dp, 3.0) << "line " << y << " x " << x << " pyorbital " << rlon << "," << rlat
                          << " pava " << precise[i].lon * 180 / M_PI << ","
                          << precise[i].lat * 180 / M_PI;
@@ -161,20 +159,14 @@ TEST(OrbitBinding, ElementChoice) {
     const char* sat;
     int want;  // ORBIT_ELEM_*
   } rows[] = {
-      // Header epoch equal to the file's within float precision: the file's set.
-      {"same epoch", true, 300.85690046, "tle", "NOAA 19", ORBIT_ELEM_FILE},
-      // The file holds a newer set than the header: the file's.
-      {"newer in file", true, 299.5, "tle", "NOAA 19", ORBIT_ELEM_FILE},
-      // The file's set is older than the header's: the header's.
-      {"older in file", true, 301.5, "tle", "NOAA 19", ORBIT_ELEM_HEADER},
-      // The file lacks the satellite: the header's.
-      {"other satellite", true, 300.85690046, "tle", "NOAA 18", ORBIT_ELEM_HEADER},
-      // No element file: the header's.
-      {"no file", true, 300.85690046, "", "NOAA 19", ORBIT_ELEM_HEADER},
-      // No header elements: the file's set.
-      {"file only", false, 0, "tle", "NOAA 19", ORBIT_ELEM_FILE},
-      // Nothing anywhere: no orbit.
-      {"nothing", false, 0, "", "NOAA 19", ORBIT_ELEM_NONE},
+      {"same epoch as the file within float precision", true, 300.85690046, "tle", "NOAA 19",
+       ORBIT_ELEM_FILE},
+      {"newer set in the file", true, 299.5, "tle", "NOAA 19", ORBIT_ELEM_FILE},
+      {"older set in the file", true, 301.5, "tle", "NOAA 19", ORBIT_ELEM_HEADER},
+      {"satellite not in the file", true, 300.85690046, "tle", "NOAA 18", ORBIT_ELEM_HEADER},
+      {"no element file", true, 300.85690046, "", "NOAA 19", ORBIT_ELEM_HEADER},
+      {"no header elements", false, 0, "tle", "NOAA 19", ORBIT_ELEM_FILE},
+      {"no elements anywhere", false, 0, "", "NOAA 19", ORBIT_ELEM_NONE},
   };
   for (const Row& r : rows) {
     SCOPED_TRACE(r.what);
@@ -212,9 +204,7 @@ TEST(OrbitBinding, ElementChoice) {
   EPOINT pa{}, pb{};
   xy2lonlat(1024, 0, nullptr, a.get(), &pa);
   xy2lonlat(1024, 0, nullptr, b.get(), &pb);
-  EXPECT_LT(
-      dist_km(pa.lon * 180 / M_PI, pa.lat * 180 / M_PI, pb.lon * 180 / M_PI, pb.lat * 180 / M_PI),
-      20.0);
+  EXPECT_LT(dist_km(pa, pb.lon * 180 / M_PI, pb.lat * 180 / M_PI), 20.0);
 
   // Without a valid time nothing is bound, whatever the elements.
   dtest::PicPtr c = make_pass({kEpochUnix + 3600.0});

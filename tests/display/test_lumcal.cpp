@@ -8,17 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "app/ui_ops.h"
 #include "display/lumcal.h"
 #include "picture_builder.h"
 #include "support/testutil.h"
 
 namespace {
-
-std::vector<std::string> g_messages;
-void record_message(const char* title, const char* text) {
-  g_messages.push_back(std::string(title) + "|" + text);
-}
 
 // Runs the independent KLM calibration script on queries; empty when python3
 // with numpy is not there.
@@ -119,10 +113,7 @@ TEST(Despeckle, GetPix) {
 // Calibration sets: NOAA 14/15/16 values, the fallback for other numbers with
 // one message per run.
 TEST(NoaaCal, SetsAndFallback) {
-  UI_OPS ops{};
-  ops.message = record_message;
-  ui_install(&ops);
-  g_messages.clear();
+  dtest::FakeUi ui;
   load_cal_reset_message();
 
   NOAACAL c{}, n14{}, n15{}, n16{};
@@ -131,17 +122,17 @@ TEST(NoaaCal, SetsAndFallback) {
   EXPECT_EQ(load_cal("NOAA 15", &n15), 15);
   EXPECT_NE(std::memcmp(&n14, &n15, sizeof c), 0);  // three different sets
   EXPECT_NE(std::memcmp(&n16, &n15, sizeof c), 0);
-  EXPECT_TRUE(g_messages.empty());
+  EXPECT_TRUE(ui.msgs.empty());
 
   EXPECT_EQ(load_cal("NOAA 19", &c), 19);
-  ASSERT_EQ(g_messages.size(), 1u);
-  EXPECT_EQ(g_messages[0],
-            "Error|No temperature mapping\n for NOAA 19 available!\n Assume NOAA15...\n(message "
-            "give one time)");
+  ASSERT_EQ(ui.msgs.size(), 1u);
+  EXPECT_EQ(ui.msgs[0].first, "Error");
+  EXPECT_EQ(ui.msgs[0].second,
+            "No temperature mapping\n for NOAA 19 available!\n Assume NOAA15...\n(message give "
+            "one time)");
   EXPECT_EQ(std::memcmp(&c, &n15, sizeof c), 0) << "NOAA 15's set";
   load_cal("NOAA 18", &c);
-  EXPECT_EQ(g_messages.size(), 1u);  // once per run
-  ui_install(nullptr);
+  EXPECT_EQ(ui.msgs.size(), 1u);  // once per run
 }
 
 // NOAA 15 channels 3-5: radiance <-> temperature and the count calibration
@@ -150,19 +141,11 @@ TEST(NoaaCal, KlmOracleNoaa15) {
   NOAACAL c{};
   load_cal("NOAA 15", &c);
   std::vector<std::string> q;
-  struct Case {
-    int ch;
-    double t;
-  };
-  std::vector<Case> cases;
+  const double temps[] = {200.0, 230.0, 260.0, 290.0, 320.0};
   for (int ch = 3; ch <= 5; ch++)
-    for (double t : {200.0, 230.0, 260.0, 290.0, 320.0}) cases.push_back({ch, t});
-  for (const Case& k : cases)
-    q.push_back("rad:" + std::to_string(k.ch) + ":" + std::to_string(k.t));
-  for (const Case& k : cases)
-    q.push_back("temp:" + std::to_string(k.ch) + ":" + std::to_string(noaa_radiance(c, k.ch, k.t)));
+    for (double t : temps) q.push_back("rad:" + std::to_string(ch) + ":" + std::to_string(t));
   // Earth counts against space 990 and black body 450 at 290 K.
-  std::vector<int> counts = {300, 400, 500, 600, 700, 800};
+  const int counts[] = {300, 400, 500, 600, 700, 800};
   for (int ch = 3; ch <= 5; ch++)
     for (int ce : counts)
       q.push_back("count:" + std::to_string(ch) + ":990:450:290:" + std::to_string(ce));
@@ -170,18 +153,15 @@ TEST(NoaaCal, KlmOracleNoaa15) {
   if (o.empty()) GTEST_SKIP() << "/usr/bin/python3 with numpy not available";
   ASSERT_EQ(o.size(), q.size());
   size_t k = 0;
-  for (const Case& cs : cases) {
-    double n = noaa_radiance(c, cs.ch, cs.t);
-    // Compared as temperatures: the radiance's error seen in kelvin.
-    EXPECT_NEAR(noaa_temperature(c, cs.ch, o[k]), cs.t, 0.1) << "ch " << cs.ch << " T " << cs.t;
-    EXPECT_NEAR(n, o[k], std::fabs(o[k]) * 1e-4);
-    k++;
-  }
-  for (const Case& cs : cases) {
-    EXPECT_NEAR(o[k], cs.t, 0.1) << "ch " << cs.ch;  // the oracle's inverse of our radiance
-    EXPECT_NEAR(noaa_temperature(c, cs.ch, noaa_radiance(c, cs.ch, cs.t)), cs.t, 1e-3);
-    k++;
-  }
+  for (int ch = 3; ch <= 5; ch++)
+    for (double t : temps) {
+      double n = noaa_radiance(c, ch, t);
+      // The oracle's radiance read back as a temperature; the radiance itself.
+      EXPECT_NEAR(noaa_temperature(c, ch, o[k]), t, 0.1) << "ch " << ch << " T " << t;
+      EXPECT_NEAR(n, o[k], std::fabs(o[k]) * 1e-4);
+      EXPECT_NEAR(noaa_temperature(c, ch, n), t, 1e-3);
+      k++;
+    }
   for (int ch = 3; ch <= 5; ch++)
     for (int ce : counts) {
       double nbb = noaa_radiance(c, ch, 290.0);
@@ -254,22 +234,19 @@ TEST(TempColour, ScaleAndInverse) {
   EXPECT_GT(r1, b1);  // warm: red
   for (int i = 1; i < 1024; i++) ASSERT_GT(temp_hue(i), temp_hue(i - 1));
   // The components follow 127(1 + sin(h + 240)), 127(1 + sin h), 127(1 + sin(h + 120)).
+  auto colour = [](int idx) {
+    double h = temp_hue(idx) * M_PI / 180;
+    return std::vector<int>{int(127 * (1 + std::sin(h + 4 * M_PI / 3))),
+                            int(127 * (1 + std::sin(h))),
+                            int(127 * (1 + std::sin(h + 2 * M_PI / 3)))};
+  };
   int idx = map_temp(3000, &r, &g, &b);
-  double h = temp_hue(idx) * M_PI / 180;
-  EXPECT_EQ(r, int(127 * (1 + std::sin(h + 4 * M_PI / 3))));
-  EXPECT_EQ(g, int(127 * (1 + std::sin(h))));
-  EXPECT_EQ(b, int(127 * (1 + std::sin(h + 2 * M_PI / 3))));
+  EXPECT_EQ((std::vector<int>{r, g, b}), colour(idx));
 
   // Readout: with the full window the shown colour of t gives about t in C.
   for (int tk : {2100, 2500, 2731, 3000, 3350}) {
-    int i = map_temp(tk, &r, &g, &b);
-    int p = i * 256 / 1023;  // through the full luminance window
-    int pi = p * 1023 / 255;
-    double hh = temp_hue(pi) * M_PI / 180;
-    int pr = int(127 * (1 + std::sin(hh + 4 * M_PI / 3)));
-    int pg = int(127 * (1 + std::sin(hh)));
-    int pb = int(127 * (1 + std::sin(hh + 2 * M_PI / 3)));
-    int c = inv_maptemp(pr, pg, pb, 0, 1023, 256);
-    EXPECT_NEAR(c, tk / 10.0 - 273.15, 3.0) << tk;
+    int p = map_temp(tk, &r, &g, &b) * 256 / 1023;  // through the full luminance window
+    std::vector<int> c = colour(p * 1023 / 255);
+    EXPECT_NEAR(inv_maptemp(c[0], c[1], c[2], 0, 1023, 256), tk / 10.0 - 273.15, 3.0) << tk;
   }
 }

@@ -1,10 +1,14 @@
-// Independent decoders for the export tests: Debian's netpbm tools turn a
-// file into plain (ASCII) PNM, which is parsed here.
+// Helpers of the export tests: independent decoders (Debian's netpbm tools
+// turn a file into plain PNM, parsed here) and pictures opened by pava.
 #pragma once
+#include <cstdio>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "display/draw.h"
+#include "display/picture_builder.h"
+#include "formats/openfile.h"
 #include "support/testutil.h"
 
 namespace etest {
@@ -49,5 +53,22 @@ inline Plain decode_with(const std::string& tool, const std::string& file) {
   p.ok = bool(in);
   return p;
 }
+
+// A file opened as the viewer opens it, closed with the object.
+struct Opened {
+  PICINFO* pic = pic_new();
+  VIEWINFO* view = new VIEWINFO();
+  ~Opened() {
+    close_picfile(pic);
+    pic_delete(pic);
+    delete view;
+  }
+  int open(const std::string& f) {
+    std::snprintf(pic->file_name, sizeof pic->file_name, "%s", f.c_str());
+    int r = open_file(pic, view, nullptr, 0);
+    if (!r) view_init(pic, view);
+    return r;
+  }
+};
 
 }  // namespace etest

@@ -11,62 +11,19 @@
 #include <csignal>
 #include <cstring>
 
-#include "app/ui_ops.h"
 #include "config/prefs.h"
 #include "display/chanmap.h"
-#include "display/draw.h"
-#include "display/picture_builder.h"
 #include "export/oracle.h"
 #include "export/save.h"
-#include "formats/openfile.h"
 
 using etest::decode_with;
 using etest::have_tool;
 using testutil::TempDir;
 
+using dtest::FakeUi;
+using etest::Opened;
+
 namespace {
-
-std::vector<std::pair<std::string, std::string>> g_msgs;
-std::vector<std::pair<std::string, std::string>> g_entries;
-int g_cancel_after = -1;  // progress calls before the user cancels (-1: never)
-int g_progress_calls = 0;
-void rec_message(const char* t, const char* m) { g_msgs.emplace_back(t, m); }
-void rec_entry(const char*, const char* n, const char* t) { g_entries.emplace_back(n, t); }
-int rec_progress(double, const char*) { return ++g_progress_calls == g_cancel_after ? 1 : 0; }
-int ask_no(const char*, const char*) { return 0; }
-
-// Records what the core tells the user for the duration of a test.
-struct FakeUi {
-  FakeUi() {
-    g_msgs.clear();
-    g_entries.clear();
-    g_cancel_after = -1;
-    g_progress_calls = 0;
-    UI_OPS ops{};
-    ops.message = rec_message;
-    ops.set_entry = rec_entry;
-    ops.progress = rec_progress;
-    ops.ask = ask_no;
-    ui_install(&ops);
-  }
-  ~FakeUi() { ui_install(nullptr); }
-};
-
-struct Opened {
-  PICINFO* pic = pic_new();
-  VIEWINFO* view = dtest::make_view();
-  ~Opened() {
-    close_picfile(pic);
-    pic_delete(pic);
-    delete view;
-  }
-  int open(const std::string& f) {
-    std::snprintf(pic->file_name, sizeof pic->file_name, "%s", f.c_str());
-    int r = open_file(pic, view, nullptr, 0);
-    if (!r) view_init(pic, view);
-    return r;
-  }
-};
 
 std::string recording() {
   return testutil::shared_path("testdata/hrpt/noaa18_hrpt_2012-01-30_30frames.raw16be");
@@ -148,7 +105,7 @@ TEST(SaveName, UseSatnameReplacesThePrefixAndBlanks) {
 // ---- Geometry ----
 
 TEST(SaveGeometry, ZoomTwoHalvesWidthAndHeight) {
-  FakeUi fake;
+  FakeUi ui;
   TempDir d;
   auto pic = dtest::make_picture(64, 40, 1, [](int, int x, int y) { return (x * 16 + y) % 1024; });
   std::unique_ptr<VIEWINFO> view(dtest::make_view());
@@ -183,16 +140,26 @@ TEST(SaveGeometry, DefaultBitshiftByDestinationAndLuminance) {
 
 // ---- Raw round trips on a real recording ----
 
-TEST(SaveRaw, RecordingSavedAsHrptSeaStarAndHptOpensWithSameSamplesAndHeaders) {
-  FakeUi fake;
+// Every raw family opens again with the same samples, and the frame headers
+// where the family keeps them; multi-channel images give a file a channel.
+TEST(SaveRaw, RecordingRoundTripsAndMultiChannel) {
+  FakeUi ui;
   TempDir d;
   Opened src;
   ASSERT_EQ(src.open(recording()), 0);
   const int H = src.pic->height;
   ASSERT_GT(H, 20);
-  for (FILE_TYPE t : {FT_HRPT, FT_SEAWIF, FT_HPT}) {
+  struct Row {
+    FILE_TYPE type;
+    int lines, hdr_words, width;  // lines compared; header words and pixels kept
+  } rows[] = {
+      {FT_HRPT, H - 1, 750, 2048},    // the reader keeps the last record empty
+      {FT_SEAWIF, H - 1, 685, 1288},  // SeaStar frames
+      {FT_MHRPT1, 20, 0, 1540},      {FT_CHRPT, 20, 0, 2048}, {FT_HPT, H, 0, 0},  // compared below
+  };
+  for (const Row& r : rows) {
     SAVEOPTS o;
-    o.type = t;
+    o.type = r.type;
     for (int c = 1; c <= 5; c++) o.channels[c] = 1;
     o.dir = d.path();
     std::vector<std::string> written;
@@ -200,40 +167,45 @@ TEST(SaveRaw, RecordingSavedAsHrptSeaStarAndHptOpensWithSameSamplesAndHeaders) {
     ASSERT_EQ(written.size(), 1u);
     Opened back;
     ASSERT_EQ(back.open(written[0]), 0) << written[0];
-    EXPECT_EQ(back.pic->file_type, t);
-    if (t != FT_HPT) {
-      // SeaStar frames: 685 header words, 1288 pixels. The reader keeps the
-      // last record empty (no prefix follows it).
-      const bool sea = t == FT_SEAWIF;
-      const size_t hdr = sea ? 685 : 750, width = sea ? 1288 : 2048;
-      ASSERT_GE(back.pic->height, H - 1);
-      for (int y = 0; y < H - 1; y++) {
-        const XLINE* a = pic_line(src.pic, y);
-        const XLINE* b = pic_line(back.pic, y);
-        ASSERT_EQ(std::memcmp(a->line_hdr, b->line_hdr, hdr * 2), 0) << t << " " << y;
-        for (int c = 0; c < 5; c++)
-          ASSERT_EQ(std::memcmp(a->line[c], b->line[c], width * 2), 0) << t << " " << y << " " << c;
-      }
-    } else {
-      // HPT lines are read from the first word of each frame: header words
-      // first (pixel p, channel c = word c + 5p), the samples 150 pixels on.
-      ASSERT_GE(back.pic->height, H);
-      for (int y = 0; y < H; y++) {
-        const XLINE* a = pic_line(src.pic, y);
-        const XLINE* b = pic_line(back.pic, y);
+    EXPECT_EQ(back.pic->file_type, r.type);
+    ASSERT_GE(back.pic->height, r.lines) << written[0];
+    for (int y = 0; y < r.lines; y++) {
+      const XLINE* a = pic_line(src.pic, y);
+      const XLINE* b = pic_line(back.pic, y);
+      if (r.type == FT_HPT) {
+        // HPT lines are read from the first word of each frame: header words
+        // first (pixel p, channel c = word c + 5p), the samples 150 pixels on.
         for (int w = 0; w < 750; w++) ASSERT_EQ(b->line[w % 5][w / 5], a->line_hdr[w]) << y;
         for (int c = 0; c < 5; c++)
           for (int p = 0; p + 150 < 2048; p++) ASSERT_EQ(b->line[c][p + 150], a->line[c][p]);
+        continue;
       }
+      if (r.hdr_words) {
+        ASSERT_EQ(std::memcmp(a->line_hdr, b->line_hdr, size_t(r.hdr_words) * 2), 0) << y;
+      }
+      for (int c = 0; c < 5; c++)
+        ASSERT_EQ(std::memcmp(a->line[c], b->line[c], size_t(r.width) * 2), 0)
+            << written[0] << " " << y << " " << c;
     }
   }
   // The header of the raw file was rewritten with the lines written.
   bool rewritten = false;
-  for (auto& e : g_entries)
-    if (e.second.find("Rewriting header in") == 0 &&
-        e.second.find("succeeded.") != std::string::npos)
-      rewritten = true;
+  for (auto& e : ui.entries)
+    rewritten |= e.second.find("Rewriting header in") == 0 &&
+                 e.second.find("succeeded.") != std::string::npos;
   EXPECT_TRUE(rewritten);
+
+  SAVEOPTS o;
+  o.type = FT_PGM1;
+  o.channels[2] = o.channels[4] = 1;
+  o.multi_channel = 1;
+  o.dir = d.path();
+  std::vector<std::string> written;
+  ASSERT_EQ(save_picture(src.pic, src.view, &o, &written), SAVE_OK);
+  ASSERT_EQ(written.size(), 2u);
+  EXPECT_NE(written[0].find("_c2.pgm"), std::string::npos);
+  EXPECT_NE(written[1].find("_c4.pgm"), std::string::npos);
+  EXPECT_NE(testutil::read_file(written[0]), testutil::read_file(written[1]));
 }
 
 // ---- The view burnt into images ----
@@ -249,7 +221,7 @@ std::array<int, 3> rgb_at(const etest::Plain& p, int x, int y) {
 TEST(SaveView, FalseColourViewDecodesToTheDrawnPixels) {
   if (!have_tool("pngtopnm") || !have_tool("giftopnm") || !have_tool("jpegtopnm"))
     GTEST_SKIP() << "netpbm missing";
-  FakeUi fake;
+  FakeUi ui;
   TempDir d;
   Opened src;
   ASSERT_EQ(src.open(recording()), 0);
@@ -304,8 +276,10 @@ TEST(SaveView, FalseColourViewDecodesToTheDrawnPixels) {
   }
 }
 
-TEST(SaveView, TenBitGreyPgmAndSixteenBitPng) {
-  FakeUi fake;
+// A 10-bit grey picture saved as PGM and PNG keeps its 10 bits; shifted to
+// 8 bits, PNG is 8-bit grey through the luminance table.
+TEST(SaveView, GreyPgmAndPngOfTenAndEightBits) {
+  FakeUi ui;
   TempDir d;
   auto pic = dtest::make_picture(
       40, 6, 2, [](int ch, int x, int y) { return (ch * 300 + x * 20 + y) % 1024; });
@@ -313,11 +287,12 @@ TEST(SaveView, TenBitGreyPgmAndSixteenBitPng) {
   pic->file_type = FT_HRPT;
   std::unique_ptr<VIEWINFO> view(dtest::make_view());
   view->chan_selected = 2;
-  for (FILE_TYPE t : {FT_PGM, FT_PNG}) {
+  const std::pair<FILE_TYPE, int> rows[] = {{FT_PGM, 0}, {FT_PNG, 0}, {FT_PNG, -2}};
+  for (auto [t, shift] : rows) {
     SAVEOPTS o;
     o.type = t;
     o.channels[2] = 1;
-    o.bitshift = 0;
+    o.bitshift = shift;
     o.dir = d.path();
     std::vector<std::string> written;
     ASSERT_EQ(save_picture(pic.get(), view.get(), &o, &written), SAVE_OK);
@@ -325,9 +300,11 @@ TEST(SaveView, TenBitGreyPgmAndSixteenBitPng) {
     ASSERT_TRUE(p.ok);
     for (int y = 0; y < 6; y++)
       for (int x = 0; x < 40; x++) {
-        // Window 0..1023 over 1024 levels; the view's last column shows
-        // nothing (the screen map ends there), so the file has it black.
-        int want = x == 39 ? 0 : (600 + x * 20 + y) % 1024;
+        // Window 0..1023; the view's last column shows nothing (the screen
+        // map ends there), so the file has it black. pngtopnm follows the
+        // sBIT chunk (maxval 1023), else the top ten of 16 bits are the value.
+        const int v = (600 + x * 20 + y) % 1024;
+        int want = x == 39 ? 0 : shift ? std::min(255, v * 256 / 1023) : v;
         int got = p.maxval == 65535 ? p.at(x, y) >> 6 : p.at(x, y);
         ASSERT_EQ(got, want) << written[0] << " " << x << "," << y;
       }
@@ -335,7 +312,7 @@ TEST(SaveView, TenBitGreyPgmAndSixteenBitPng) {
 }
 
 TEST(SaveView, FiveDegreeGridAndCoastAreBurntIn) {
-  FakeUi fake;
+  FakeUi ui;
   TempDir d;
   auto pic = dtest::make_picture(20, 10, 1, [](int, int, int) { return 512; });
   std::unique_ptr<VIEWINFO> view(dtest::make_view());
@@ -365,7 +342,7 @@ TEST(SaveView, FiveDegreeGridAndCoastAreBurntIn) {
 // ---- Failures and cancellation ----
 
 TEST(SaveFailures, NoChannelsUnwritableDirectoryAndDeclinedOverwrite) {
-  FakeUi fake;
+  FakeUi ui;
   TempDir d;
   auto pic = dtest::make_picture(8, 4, 1, [](int, int x, int) { return x; });
   std::unique_ptr<VIEWINFO> view(dtest::make_view());
@@ -373,11 +350,12 @@ TEST(SaveFailures, NoChannelsUnwritableDirectoryAndDeclinedOverwrite) {
   o.type = FT_PPM;
   o.dir = d.path();
   EXPECT_EQ(save_picture(pic.get(), view.get(), &o), SAVE_NO_CHANNELS);
-  ASSERT_EQ(g_msgs.back(), (std::pair<std::string, std::string>{"Error", "No channels selected."}));
+  ASSERT_EQ(ui.msgs.back(),
+            (std::pair<std::string, std::string>{"Error", "No channels selected."}));
   o.channels[1] = 1;
   o.new_name = d.path() + "/missing/x.ppm";
   EXPECT_EQ(save_picture(pic.get(), view.get(), &o), SAVE_CANT_OPEN);
-  EXPECT_EQ(g_msgs.back().second, "Can't open file " + o.new_name + ".");
+  EXPECT_EQ(ui.msgs.back().second, "Can't open file " + o.new_name + ".");
   // An existing typed name: the question is asked, "no" keeps the file.
   o.new_name = d.file("old.ppm");
   testutil::write_file(o.new_name, "keep");
@@ -386,15 +364,15 @@ TEST(SaveFailures, NoChannelsUnwritableDirectoryAndDeclinedOverwrite) {
 }
 
 TEST(SaveFailures, CancelledSaveKeepsAValidShorterFile) {
-  FakeUi fake;
+  FakeUi ui;
   TempDir d;
   auto pic = dtest::make_picture(16, 120, 1, [](int, int x, int y) { return (x + y) % 256; });
   std::unique_ptr<VIEWINFO> view(dtest::make_view());
   // PPM/PGM, SUN, GIF and raw files keep the lines written (their headers
   // rewritten); JPEG and PNG are completed with black lines.
   for (FILE_TYPE t : {FT_PGM1, FT_PNG, FT_HRPT, FT_GIF, FT_SUN}) {
-    g_cancel_after = 10;
-    g_progress_calls = 0;
+    ui.cancel_after = 10;
+    ui.progress_calls = 0;
     SAVEOPTS o;
     o.type = t;
     o.channels[1] = 1;
@@ -402,8 +380,8 @@ TEST(SaveFailures, CancelledSaveKeepsAValidShorterFile) {
     std::vector<std::string> written;
     ASSERT_EQ(save_picture(pic.get(), view.get(), &o, &written), SAVE_CANCELLED) << t;
     ASSERT_EQ(written.size(), 1u);
-    EXPECT_EQ(g_msgs.back().first, "Info");
-    EXPECT_EQ(g_msgs.back().second, "Cancelled; 10 of 120 lines saved in " + written[0] + ".");
+    EXPECT_EQ(ui.msgs.back().first, "Info");
+    EXPECT_EQ(ui.msgs.back().second, "Cancelled; 10 of 120 lines saved in " + written[0] + ".");
     EXPECT_FALSE(exists(written[0] + ".part"));
     Opened back;
     if (t == FT_PNG) {
@@ -434,7 +412,7 @@ TEST(SaveFailures, FullDiskLeavesNoFileAndReportsIt) {
       4096, 4096
     };
     setrlimit(RLIMIT_FSIZE, &rl);
-    FakeUi fake;
+    FakeUi ui;
     auto pic = dtest::make_picture(200, 100, 1, [](int, int x, int y) { return (x * y) % 1024; });
     std::unique_ptr<VIEWINFO> view(dtest::make_view());
     SAVEOPTS o;
@@ -442,8 +420,8 @@ TEST(SaveFailures, FullDiskLeavesNoFileAndReportsIt) {
     o.channels[1] = 1;
     o.new_name = target;
     int s = save_picture(pic.get(), view.get(), &o);
-    bool msg = !g_msgs.empty() && g_msgs.back().first == "Error" &&
-               g_msgs.back().second.find("Write error in " + target) == 0;
+    bool msg = !ui.msgs.empty() && ui.msgs.back().first == "Error" &&
+               ui.msgs.back().second.find("Write error in " + target) == 0;
     _exit(s == SAVE_WRITE_ERR && msg ? 0 : 1);
   }
   int st = 0;
@@ -490,47 +468,4 @@ TEST(CliExport, TypesOfARecordingAndBadArguments) {
       {cli, "export", recording(), "-o", d.path() + "/no/dir/x.png", "--type", "png"});
   EXPECT_NE(res.status, 0);
   EXPECT_NE(res.err.find("Can't open file"), std::string::npos) << res.err;
-}
-
-TEST(SaveRaw, OtherRawFamiliesAndMultiChannelImages) {
-  FakeUi fake;
-  TempDir d;
-  Opened src;
-  ASSERT_EQ(src.open(recording()), 0);
-  // Rows: destination; channels kept in the reopened file; their width.
-  struct Row {
-    FILE_TYPE type;
-    int nch, width;
-  } rows[] = {{FT_MHRPT1, 5, 1540}, {FT_CHRPT, 5, 2048}};
-  for (const Row& r : rows) {
-    SAVEOPTS o;
-    o.type = r.type;
-    for (int c = 1; c <= 5; c++) o.channels[c] = 1;
-    o.dir = d.path();
-    std::vector<std::string> written;
-    ASSERT_EQ(save_picture(src.pic, src.view, &o, &written), SAVE_OK);
-    Opened back;
-    ASSERT_EQ(back.open(written[0]), 0) << written[0];
-    EXPECT_EQ(back.pic->file_type, r.type);
-    ASSERT_GE(back.pic->height, 20) << written[0];
-    for (int y = 0; y < 20; y++) {
-      const XLINE* a = pic_line(src.pic, y);
-      const XLINE* b = pic_line(back.pic, y);
-      for (int c = 0; c < r.nch; c++)
-        for (int p = 0; p < r.width; p++)
-          ASSERT_EQ(b->line[c][p], a->line[c][p]) << written[0] << " " << y << " " << c << " " << p;
-    }
-  }
-  // Multi-channel: one grey file a channel, named by its channel.
-  SAVEOPTS o;
-  o.type = FT_PGM1;
-  o.channels[2] = o.channels[4] = 1;
-  o.multi_channel = 1;
-  o.dir = d.path();
-  std::vector<std::string> written;
-  ASSERT_EQ(save_picture(src.pic, src.view, &o, &written), SAVE_OK);
-  ASSERT_EQ(written.size(), 2u);
-  EXPECT_NE(written[0].find("_c2.pgm"), std::string::npos);
-  EXPECT_NE(written[1].find("_c4.pgm"), std::string::npos);
-  EXPECT_NE(testutil::read_file(written[0]), testutil::read_file(written[1]));
 }
