@@ -4,7 +4,6 @@ section 7.1.2 and appendix D.1), with numpy, for the display tests.
 
 Each argument is one query; one number is printed per query:
   rad:CH:T              radiance of channel CH (3..5) for scene temperature T (K)
-  temp:CH:N             brightness temperature (K) for radiance N
   count:CH:CSP:CBB:TBB:CE  temperature (K) of earth count CE with space count CSP,
                         black-body count CBB and black-body temperature TBB (K)
   prt:K:C               temperature (K) of PRT K (1..4) for count C
@@ -55,8 +54,6 @@ def main():
         f = q.split(":")
         if f[0] == "rad":
             v = radiance(int(f[1]), float(f[2]))
-        elif f[0] == "temp":
-            v = temperature(int(f[1]), float(f[2]))
         elif f[0] == "count":
             v = count_temperature(int(f[1]), *[float(x) for x in f[2:6]])
         elif f[0] == "prt":
