@@ -5,30 +5,26 @@
 #include <random>
 #include <string>
 
-#include "orbit/satdb.h"
-#include "orbit/satpos.h"
 #include "orbit_testutil.h"
 
 namespace {
 
 const std::string kName = "NOAA 19\n";
-const std::string kL1 = "1 33591U 09005A   20300.85690046  .00000008  00000-0  29872-4 0  9998\n";
-const std::string kL2 = "2 33591  99.1965 309.6298 0014858  69.1900 291.0860 14.12436128603681\n";
+const std::string kL1 = orbit_test::kL1 + "\n";
+const std::string kL2 = orbit_test::kL2 + "\n";
 const std::string kGood = kName + kL1 + kL2;
 
 // Reads every satellite of text; positions each one at a moment so that the
 // model runs on whatever was read.
 int sats_in(const std::string& text) {
-  FILE* fp = fmemopen(const_cast<char*>(text.data()), text.size(), "r");
-  SAT* list = read_msat(fp, "*", nullptr);
-  std::fclose(fp);
+  SAT* list = orbit_test::from_text(text, "*");
   int n = 0;
   const struct tm t = orbit_test::utc(2020, 10, 27);
   for (SAT* s = list; s; s = s->next, n++) {
     EPOINT e{}, xyz{}, sub{};
     calc_sat_earth_v2(&t, 0, &s->kepler, &s->orbit, &e, &xyz, &sub);
   }
-  while (list) list = Remove_Sat(list);
+  Remove_Sats(list);
   return n;
 }
 

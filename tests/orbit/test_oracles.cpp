@@ -32,12 +32,6 @@ std::vector<std::string> run_oracle(const std::vector<std::string>& args) {
   return lines;
 }
 
-struct tm tm_of_ms(long long unix_ms, int* ms) {
-  long long s = unix_ms / 1000;
-  *ms = static_cast<int>(unix_ms % 1000);
-  return orbit_test::from_unix(static_cast<time_t>(s));
-}
-
 double deg_diff(double a, double b) {
   double d = std::fmod(a - b + 540.0, 360.0) - 180.0;
   return std::fabs(d);
@@ -66,8 +60,8 @@ void compare_positions(const std::string& file, const char* what) {
     auto it = sats.find(norad);
     ASSERT_NE(it, sats.end()) << norad;
     KEPLER& k = it->second;
-    int ms;
-    struct tm t = tm_of_ms(unix_ms, &ms);
+    const int ms = static_cast<int>(unix_ms % 1000);
+    struct tm t = orbit_test::from_unix(static_cast<time_t>(unix_ms / 1000));
     const double jd = orbit_julian_date(&t, ms);
     const double dt_days = std::fabs(jd - k.tle.epoch);
     if (dt_days > 3.0 + 1e-6) continue;
@@ -160,14 +154,10 @@ std::vector<Pass> our_passes(SAT* list, const EPOINT& obs, time_t start, double 
       TRACK tr{};
       struct tm stop;
       if (!predict(s, &t, &stop, &tr, &obs, nullptr, 0.0f, 0.0f, false)) break;
-      struct tm up = tr.up_time, mx = tr.maxelev_time, dn = tr.down_time;
-      Pass p;
-      p.sat = underscored(s->satname);
+      Pass p{underscored(s->satname), double(orbit_test::secs(tr.up_time)),
+             double(orbit_test::secs(tr.maxelev_time)), double(orbit_test::secs(tr.down_time)),
+             tr.max_elev * 180.0 / M_PI};
       p.s = s;
-      p.rise = static_cast<double>(pava::mktime_utc(&up));
-      p.culm = static_cast<double>(pava::mktime_utc(&mx));
-      p.set = static_cast<double>(pava::mktime_utc(&dn));
-      p.max_elev = tr.max_elev * 180.0 / M_PI;
       if (p.rise >= static_cast<double>(end)) break;
       if (p.rise >= static_cast<double>(start) && p.set <= static_cast<double>(end))
         out.push_back(p);
@@ -189,24 +179,19 @@ std::vector<Pass> sky_passes(const std::vector<std::string>& rows) {
     double t, alt;
     ss >> name >> kind >> t >> alt;
     if (kind == 0) {
-      Pass p;
-      p.sat = name;
-      p.rise = t;
-      open[name] = p;
-    } else if (kind == 1) {
-      auto it = open.find(name);
+      open[name] = Pass{name, t};
+      continue;
+    }
+    auto it = open.find(name);
+    if (it == open.end()) continue;
+    if (kind == 1 && alt > it->second.max_elev) {
       // Of several culminations in one pass the highest counts.
-      if (it != open.end() && alt > it->second.max_elev) {
-        it->second.culm = t;
-        it->second.max_elev = alt;
-      }
-    } else {
-      auto it = open.find(name);
-      if (it != open.end() && it->second.culm > 0) {
-        it->second.set = t;
-        out.push_back(it->second);
-      }
-      if (it != open.end()) open.erase(it);
+      it->second.culm = t;
+      it->second.max_elev = alt;
+    } else if (kind == 2) {
+      it->second.set = t;
+      if (it->second.culm > 0) out.push_back(it->second);
+      open.erase(it);
     }
   }
   return out;
@@ -224,17 +209,11 @@ double elevation_at(SAT* sat, const EPOINT& obs, double unix) {
 
 void compare_passes(const std::string& file, double lat, double lon, double alt_m, time_t start,
                     double hours) {
-  EPOINT obs{};
-  obs.lat = static_cast<float>(lat * M_PI / 180.0);
-  obs.lon = static_cast<float>(lon * M_PI / 180.0);
-  obs.alt = static_cast<float>(alt_m / 1000.0);
+  const EPOINT obs = orbit_test::observer(lat, lon, alt_m);
   const auto rows =
       run_oracle({"passes", file, std::to_string(lat), std::to_string(lon), std::to_string(alt_m),
                   std::to_string(start), std::to_string(hours)});
-  FILE* fp = std::fopen(file.c_str(), "r");
-  ASSERT_NE(fp, nullptr);
-  SAT* list = read_msat(fp, "*", nullptr);
-  std::fclose(fp);
+  SAT* list = orbit_test::load(file, "*");
   std::vector<Pass> sky = sky_passes(rows);
   std::vector<Pass> ours = our_passes(list, obs, start, hours);
   ASSERT_FALSE(sky.empty());
@@ -292,7 +271,7 @@ void compare_passes(const std::string& file, double lat, double lon, double alt_
       "the true one (pass of %.1f deg), culmination reported up to %.3f s late\n",
       matched, ours.size(), worst_rise, worst_set, worst_model, worst_reported, worst_reported_sky,
       worst_lag);
-  while (list) list = Remove_Sat(list);
+  Remove_Sats(list);
 }
 
 TEST(OracleSkyfield, PassesOver48HoursMatchFindEvents) {
@@ -313,23 +292,18 @@ TEST(OracleSkyfield, PassesOver48HoursMatchFindEvents) {
 
 // ---- Sun and moon ------------------------------------------------------------
 
-std::vector<std::string> moments_2000_2030() {
-  // 401 moments spread evenly over 2000-2030, 27.4 days and 0.2 h apart
-  // (fixed, reproducible).
-  std::vector<std::string> out;
-  long long t = 946684800LL + 3600 * 7 + 1234;  // 2000-01-01 07:20:34
-  for (int i = 0; i <= 400; i++) {
-    out.push_back(std::to_string(t));
-    t += 2366734LL;
-  }
-  return out;
+// The oracle's rows for a body at 401 moments spread evenly over 2000-2030,
+// 27.4 days and 0.2 h apart from 2000-01-01 07:20:34 (fixed, reproducible).
+std::vector<std::string> ephem_rows(const char* body) {
+  std::vector<std::string> args{body};
+  for (long long i = 0, t = 946684800LL + 3600 * 7 + 1234; i <= 400; i++, t += 2366734LL)
+    args.push_back(std::to_string(t));
+  return run_oracle(args);
 }
 
 TEST(OracleEphem, SubSolarPointWithinTwoHundredthsOfADegree) {
   if (!orbit_test::python_has("ephem")) GTEST_SKIP() << "python3-ephem missing";
-  std::vector<std::string> args{"sun"};
-  for (const auto& m : moments_2000_2030()) args.push_back(m);
-  const auto rows = run_oracle(args);
+  const auto rows = ephem_rows("sun");
   ASSERT_EQ(rows.size(), 401u);
   double worst_lon = 0, worst_lat = 0;
   for (const std::string& r : rows) {
@@ -351,9 +325,7 @@ TEST(OracleEphem, SubSolarPointWithinTwoHundredthsOfADegree) {
 
 TEST(OracleEphem, MoonRaDecAndIllumination) {
   if (!orbit_test::python_has("ephem")) GTEST_SKIP() << "python3-ephem missing";
-  std::vector<std::string> args{"moon"};
-  for (const auto& m : moments_2000_2030()) args.push_back(m);
-  const auto rows = run_oracle(args);
+  const auto rows = ephem_rows("moon");
   ASSERT_EQ(rows.size(), 401u);
   double worst_ra = 0, worst_dec = 0, worst_ill = 0;
   int above_target = 0;

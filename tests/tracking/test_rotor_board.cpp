@@ -21,40 +21,32 @@ class RotorBoard : public BoardTest {
   }
 };
 
-TEST_F(RotorBoard, CommandRegistersThenStart) {
+TEST_F(RotorBoard, CommandRegistersThenStartAndDisplay) {
   struct Row {
     float angle;
-    int deg2step, inv, nr;
-    int d0, d1;
-    const char* what;
+    int nr, show, d0, d1;
+    Writes display;  // after the command and its start (register 12)
   } rows[] = {
-      {90.f, 8, 0, 0, 0xE0, 0x00, "centre, X output"},
-      {100.f, 8, 0, 1, 0xD0, 0x50, "-80 steps, Y output"},
+      {90.f, 0, 0, 0xE0, 0x00, {{3, 0}}},   // centre on the X output, display off
+      {100.f, 1, 0, 0xD0, 0x50, {{3, 0}}},  // -80 steps on the Y output
+      // Shown: 100.0 degrees = 1000 tenths = 0x03E8 in registers 10/11, then 3 := 2.
+      {100.f, 1, 1, 0xD0, 0x50, {{10, 0xE8}, {11, 0x03}, {3, 2}}},
   };
   for (const Row& r : rows) {
     emu->log = BOARDEMU_LOG{};
-    DISEQC d = val2diseqc(r.angle, r.deg2step, r.inv, 0);
+    DISEQC d = val2diseqc(r.angle, 8, 0, 0);
     d.nr = r.nr;
-    EXPECT_EQ(do_dqc(&rec->usb, &d, 0), 0) << r.what;
-    Writes want = {{16, 0x31}, {17, 0x6E}, {18, r.d0}, {19, r.d1}, {12, r.nr ? 0x60 : 0x40},
-                   {3, 0}};  // display off
-    EXPECT_EQ(emu->log.reg_writes, want) << r.what;
+    EXPECT_EQ(do_dqc(&rec->usb, &d, r.show), 0) << r.angle;
+    Writes want = {{16, 0x31}, {17, 0x6E}, {18, r.d0}, {19, r.d1}, {12, r.nr ? 0x60 : 0x40}};
+    want.insert(want.end(), r.display.begin(), r.display.end());
+    EXPECT_EQ(emu->log.reg_writes, want) << r.angle;
     ASSERT_EQ(emu->log.diseqc.size(), 1u);
     EXPECT_EQ(emu->log.diseqc[0].output, r.nr);
     EXPECT_EQ(emu->log.diseqc[0].bytes[2], r.d0);
   }
-}
-
-TEST_F(RotorBoard, CommandWithDisplay) {
-  DISEQC d = val2diseqc(100.f, 8, 0, 0);
-  d.nr = 1;
-  EXPECT_EQ(do_dqc(&rec->usb, &d, 1), 0);
-  // 100.0 degrees = 1000 tenths = 0x03E8 in registers 10/11, then 3 := 2.
-  Writes want = {{16, 0x31}, {17, 0x6E}, {18, 0xD0}, {19, 0x50},
-                 {12, 0x60}, {10, 0xE8}, {11, 0x03}, {3, 2}};
-  EXPECT_EQ(emu->log.reg_writes, want);
   // Another command than 0x6E is never shown.
   emu->log = BOARDEMU_LOG{};
+  DISEQC d = val2diseqc(100.f, 8, 0, 0);
   d.cmd = 0x60;
   do_dqc(&rec->usb, &d, 1);
   EXPECT_EQ(emu->log.reg_writes.back(), std::make_pair(3, 0));
