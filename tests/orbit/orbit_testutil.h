@@ -1,6 +1,8 @@
 // Helpers of the orbit tests: element sets read with the program's reader, and
 // fixed moments.
 #pragma once
+#include <unistd.h>
+
 #include <cmath>
 #include <cstdio>
 #include <ctime>
@@ -78,11 +80,21 @@ inline time_t utc_time(int y, int mo, int d, int h = 0, int mi = 0, int s = 0) {
 inline struct tm from_unix(time_t t) { return pava::gmtime_utc(t); }
 inline time_t secs(struct tm t) { return pava::mktime_utc(&t); }
 
-// Runs python3 (Debian's, where the oracle modules live) with a script and
-// arguments; returns its output, or sets ok false.
-std::string run_python(const std::vector<std::string>& args, bool* ok);
-
-// Whether Debian's python3 has the given modules.
-bool python_has(const std::string& modules);
+// Runs Debian's python3 (the oracle modules are Debian packages: the system
+// interpreter goes before any python3 earlier on the path) with arguments;
+// returns its output, or its errors with ok false.
+inline std::string run_python(const std::vector<std::string>& args, bool* ok) {
+  std::vector<std::string> argv{access("/usr/bin/python3", X_OK) == 0 ? "/usr/bin/python3"
+                                                                      : "python3"};
+  argv.insert(argv.end(), args.begin(), args.end());
+  testutil::RunResult r = testutil::run(argv);
+  *ok = r.status == 0;
+  return *ok ? r.out : r.err;
+}
+inline bool python_has(const std::string& modules) {
+  bool ok = false;
+  run_python({"-c", "import " + modules}, &ok);
+  return ok;
+}
 
 }  // namespace orbit_test
