@@ -14,15 +14,24 @@
 
 namespace {
 
-const char* kL1 = "1 33591U 09005A   20300.85690046  .00000008  00000-0  29872-4 0  9998";
-const char* kL2 = "2 33591  99.1965 309.6298 0014858  69.1900 291.0860 14.12436128603681";
+using namespace orbit_test;
 
-// Reads the one element set of text.
-bool read_text(const std::string& text, char* name, KEPLER* k) {
+// The first element set of text, read with the reader's own line rules.
+struct Read {
+  bool ok;
+  char name[TLE_LINEBUF];
+  KEPLER k;
+};
+Read read_text(const std::string& text) {
+  Read r{};
   FILE* fp = fmemopen(const_cast<char*>(text.data()), text.size(), "r");
-  const int r = read_norad_next_keps(fp, name, k);
+  r.ok = read_norad_next_keps(fp, r.name, &r.k) == 1;
   std::fclose(fp);
-  return r == 1;
+  return r;
+}
+std::string set_text(const std::string& name, const std::string& l1 = kL1,
+                     const std::string& l2 = kL2, const char* eol = "\n") {
+  return name + eol + l1 + eol + l2 + eol;
 }
 
 std::string with_field(std::string line, int col, const std::string& field) {
@@ -30,47 +39,34 @@ std::string with_field(std::string line, int col, const std::string& field) {
   return line;
 }
 
-SAT* read_sel(const std::string& text, const char* selection) {
-  FILE* fp = fmemopen(const_cast<char*>(text.data()), text.size(), "r");
-  SAT* list = read_msat(fp, selection, nullptr);
-  std::fclose(fp);
-  return list;
-}
-
-int count(const SAT* s) {
-  int n = 0;
-  for (; s; s = s->next) n++;
-  return n;
-}
-
 std::vector<std::string> sat_names(const SAT* s) {
   std::vector<std::string> v;
   for (; s; s = s->next) v.push_back(s->satname);
   return v;
 }
-
-void free_list(SAT* s) {
-  while (s) s = Remove_Sat(s);
-}
+int count(const SAT* s) { return int(sat_names(s).size()); }
 
 TEST(ElementReader, NameCutAtParenthesisAndTrailingBlanks) {
-  char name[TLE_LINEBUF];
-  KEPLER k;
-  ASSERT_TRUE(read_text(std::string("NOAA 19 (remark)   \n") + kL1 + "\n" + kL2 + "\n", name, &k));
-  EXPECT_STREQ(name, "NOAA 19");
-  EXPECT_STREQ(k.name, "NOAA 19");
-  // CRLF line ends and tabs go as well.
-  ASSERT_TRUE(read_text(std::string("METOP-B \t\r\n") + kL1 + "\r\n" + kL2 + "\r\n", name, &k));
-  EXPECT_STREQ(name, "METOP-B");
-  // A name of blanks keeps one character.
-  ASSERT_TRUE(read_text(std::string("   \n") + kL1 + "\n" + kL2 + "\n", name, &k));
-  EXPECT_STREQ(name, " ");
+  struct Row {
+    std::string text;
+    const char* name;
+  } rows[] = {
+      {set_text("NOAA 19 (remark)   "), "NOAA 19"},           // remark and blanks cut
+      {set_text("METOP-B \t", kL1, kL2, "\r\n"), "METOP-B"},  // CRLF and tabs go as well
+      {set_text("   "), " "},                                 // blanks keep one character
+  };
+  for (const Row& r : rows) {
+    const Read got = read_text(r.text);
+    ASSERT_TRUE(got.ok) << r.name;
+    EXPECT_STREQ(got.name, r.name);
+    EXPECT_STREQ(got.k.name, r.name);
+  }
 }
 
 TEST(ElementReader, FieldsByColumn) {
-  char name[TLE_LINEBUF];
-  KEPLER k;
-  ASSERT_TRUE(read_text(std::string("NOAA 19\n") + kL1 + "\n" + kL2 + "\n", name, &k));
+  const Read r = read_text(set_text("NOAA 19"));
+  ASSERT_TRUE(r.ok);
+  const KEPLER& k = r.k;
   EXPECT_DOUBLE_EQ(k.epoch_day, 300.85690046);
   EXPECT_THAT(std::vector<float>({k.decay_rate, k.bstar, k.d_inclination, k.d_raan, k.eccentricity,
                                   k.d_perigee, k.d_anomaly, k.motion}),
@@ -83,96 +79,72 @@ TEST(ElementReader, FieldsByColumn) {
   EXPECT_STREQ(k.tle.intl_desig, "09005A  ");
 }
 
-TEST(ElementReader, EpochYearRule) {
+TEST(ElementReader, EpochYearAndImpliedDecimalBstar) {
   struct Row {
-    const char* year;
-    int expect;
-    const char* why;
+    int col;            // 18: epoch year, 53: bstar (columns 53-60 of line 1)
+    const char* field;  //
+    double expect;      // epoch_year or bstar
   } rows[] = {
-      {"69", 169, "below 70: 2069"},
-      {"70", 70, "70 and above: 1970"},
-      {"00", 100, "2000"},
-      {"99", 99, "1999"},
+      {18, "69", 169},               // below 70: 2069
+      {18, "70", 70},                // 70 and above: 1970
+      {18, "00", 100},               // 2000
+      {18, "99", 99},                // 1999
+      {53, " 11606-4", 1.1606e-5},   // 0.11606e-4: mantissa 1e-5 * 11606, '-4' divides 4 times
+      {53, "-11606-4", -1.1606e-5},  // leading minus
+      {53, " 00000+0", 0.0},         // zero
+      {53, "        ", 0.0},         // blank field
+      {53, " 12345+1", 1.2345},      // positive exponent multiplies
+      {53, " 50000-0", 0.5},         // exponent 0 leaves the mantissa
   };
   for (const Row& r : rows) {
-    char name[TLE_LINEBUF];
-    KEPLER k;
-    ASSERT_TRUE(
-        read_text(std::string("X\n") + with_field(kL1, 18, r.year) + "\n" + kL2 + "\n", name, &k));
-    EXPECT_EQ(k.epoch_year, r.expect) << r.why;
-  }
-}
-
-TEST(ElementReader, ImpliedDecimalBstar) {
-  struct Row {
-    const char* field;  // columns 53-60 of line 1
-    double expect;
-    const char* why;
-  } rows[] = {
-      // 0.11606e-4 in the element lines' notation: mantissa 1e-5 * 11606,
-      // exponent digit 4 with '-' divides by 10 four times.
-      {" 11606-4", 1.1606e-5, "positive, negative exponent"},
-      {"-11606-4", -1.1606e-5, "leading minus"},
-      {" 00000+0", 0.0, "zero"},
-      {"        ", 0.0, "blank field"},
-      {" 12345+1", 1.2345, "positive exponent multiplies"},
-      {" 50000-0", 0.5, "exponent 0 leaves the mantissa"},
-  };
-  for (const Row& r : rows) {
-    char name[TLE_LINEBUF];
-    KEPLER k;
-    ASSERT_TRUE(
-        read_text(std::string("X\n") + with_field(kL1, 53, r.field) + "\n" + kL2 + "\n", name, &k));
-    EXPECT_NEAR(k.bstar, r.expect, std::fabs(r.expect) * 1e-6 + 1e-12) << r.why;
-    EXPECT_NEAR(k.tle.bstar, r.expect, std::fabs(r.expect) * 1e-12 + 1e-15) << r.why;
+    const Read got = read_text(set_text("X", with_field(kL1, r.col, r.field)));
+    ASSERT_TRUE(got.ok) << r.field;
+    if (r.col == 18) {
+      EXPECT_EQ(got.k.epoch_year, r.expect) << r.field;
+    } else {
+      EXPECT_NEAR(got.k.bstar, r.expect, std::fabs(r.expect) * 1e-6 + 1e-12) << r.field;
+      EXPECT_NEAR(got.k.tle.bstar, r.expect, std::fabs(r.expect) * 1e-12 + 1e-15) << r.field;
+    }
   }
 }
 
 TEST(ElementReader, EpochKeptInDoublePrecision) {
   // Late in the year a float day has a resolution of about 2 s; the text's
   // fraction (1e-8 day) must survive into the model's epoch.
-  char name[TLE_LINEBUF];
-  KEPLER k;
-  ASSERT_TRUE(read_text(
-      std::string("X\n") + with_field(kL1, 18, "20365.12345678") + "\n" + kL2 + "\n", name, &k));
-  EXPECT_DOUBLE_EQ(k.epoch_day, 365.12345678);
+  Read r = read_text(set_text("X", with_field(kL1, 18, "20365.12345678")));
+  ASSERT_TRUE(r.ok);
+  EXPECT_DOUBLE_EQ(r.k.epoch_day, 365.12345678);
   ORBIT o{};
-  calc_orbitconst_v2(&k, &o);
+  calc_orbitconst_v2(&r.k, &o);
   // 2020-01-01 0h is JD 2458849.5, day 1.
-  EXPECT_NEAR(k.tle.epoch, 2458849.5 + 364.12345678, 1e-9);
+  EXPECT_NEAR(r.k.tle.epoch, 2458849.5 + 364.12345678, 1e-9);
   EXPECT_NE(static_cast<double>(static_cast<float>(365.12345678)), 365.12345678);
   // 2020 is a leap year: day 365 is 30 December.
-  EXPECT_EQ(pava::mktime_utc(&o.ref_tm), orbit_test::utc_time(2020, 12, 30, 2, 57, 46));
+  EXPECT_EQ(pava::mktime_utc(&o.ref_tm), utc_time(2020, 12, 30, 2, 57, 46));
   EXPECT_EQ(o.ref_ms, 0);
 }
 
 TEST(ElementReader, EditedFieldsWinOverTheText) {
-  char name[TLE_LINEBUF];
-  KEPLER k;
-  ASSERT_TRUE(read_text(std::string("X\n") + kL1 + "\n" + kL2 + "\n", name, &k));
+  Read r = read_text(set_text("X"));
+  ASSERT_TRUE(r.ok);
   ORBIT o{};
-  calc_orbitconst_v2(&k, &o);
-  const double precise_xno = k.tle.xno;
-  EXPECT_NEAR(precise_xno, 2 * M_PI * 14.12436128 / 1440.0, 1e-15);
+  calc_orbitconst_v2(&r.k, &o);
+  EXPECT_NEAR(r.k.tle.xno, 2 * M_PI * 14.12436128 / 1440.0, 1e-15);
   // The orbit editor changes the inclination: the model follows the fields.
-  k.inclination += 0.01f;
-  calc_orbitconst_v2(&k, &o);
-  EXPECT_FLOAT_EQ(static_cast<float>(k.tle.xincl), k.inclination);
+  r.k.inclination += 0.01f;
+  calc_orbitconst_v2(&r.k, &o);
+  EXPECT_FLOAT_EQ(static_cast<float>(r.k.tle.xincl), r.k.inclination);
 }
 
 TEST(ElementReader, LongLinesAreSkippedWithoutDisturbingTheBuffers) {
-  char name[TLE_LINEBUF];
-  KEPLER k;
   // A 98-character line plus its line feed fills the 99 characters read at a
   // time: it is ignored, and the name line before it stays the name.
-  const std::string longline(98, 'x');
-  ASSERT_TRUE(
-      read_text(std::string("NAME\n") + kL1 + "\n" + longline + "\n" + kL2 + "\n", name, &k));
-  EXPECT_STREQ(name, "NAME");
-  EXPECT_FLOAT_EQ(k.motion, 14.12436128f);
+  const Read r = read_text(set_text("NAME", kL1 + "\n" + std::string(98, 'x')));
+  ASSERT_TRUE(r.ok);
+  EXPECT_STREQ(r.name, "NAME");
+  EXPECT_FLOAT_EQ(r.k.motion, 14.12436128f);
   // 97 characters plus the line feed is an ordinary line and breaks the pair.
-  EXPECT_FALSE(read_text(
-      std::string("NAME\n") + kL1 + "\n" + std::string(97, 'x') + "\n" + kL2 + "\n", name, &k));
+  EXPECT_FALSE(read_text(set_text("NAME", kL1 + "\n" + std::string(97, 'x'))).ok);
 }
 
 TEST(ElementReader, RealSnapshots) {
@@ -187,16 +159,13 @@ TEST(ElementReader, RealSnapshots) {
       {"testdata/tle/weather_2026-02-24.tle", 70, "NOAA 20", "names with a suffix in ()"},
   };
   for (const Row& r : rows) {
-    FILE* fp = std::fopen(testutil::shared_path(r.file).c_str(), "r");
-    ASSERT_NE(fp, nullptr) << r.file;
-    SAT* list = read_msat(fp, "*", nullptr);
-    std::fclose(fp);
+    SAT* list = load(testutil::shared_path(r.file), "*");
     EXPECT_EQ(count(list), r.sets) << r.why;
     SAT* s = Find_Sat(list, r.a_name);
     ASSERT_NE(s, nullptr) << r.why;
     EXPECT_TRUE(s->kepler.sgp4_ready) << r.why;
     EXPECT_GT(s->orbit.loop_time, 5000.0f) << r.why;
-    free_list(list);
+    Remove_Sats(list);
   }
 }
 
@@ -232,14 +201,14 @@ TEST(Selection, PiecesAndDuplicates) {
   // A satellite matched by two pieces is listed twice.
   SAT* list = read_msat(fp, "NOAA 19;NOAA ?9", nullptr);
   EXPECT_EQ(sat_names(list), (std::vector<std::string>{"NOAA 19", "NOAA 19"}));
-  free_list(list);
+  Remove_Sats(list);
   // The file is rewound on every call; the list given is extended.
   list = read_msat(fp, "METOP-?", nullptr);
   EXPECT_EQ(count(list), 3);
   list = read_msat(fp, "NOAA 2*", list);
   EXPECT_EQ(count(list), 5);
   EXPECT_STREQ(list->next->next->next->satname, "NOAA 20");
-  free_list(list);
+  Remove_Sats(list);
   // Nothing matches: the list stays as it was.
   EXPECT_EQ(read_msat(fp, "GOES*", nullptr), nullptr);
   std::fclose(fp);
@@ -293,7 +262,7 @@ TEST(Database, FilesAndCopies) {
   EXPECT_EQ(add_sat_to_selected(files, "NOT THERE", sel), sel);
   EXPECT_EQ(Find_Sat(sel, "NOAA 19"), sel->next);
   EXPECT_EQ(Find_Sat(sel, "NOAA 1"), nullptr);
-  free_list(sel);
+  Remove_Sats(sel);
   EXPECT_EQ(Remove_Norad(files), nullptr);
 }
 
@@ -369,13 +338,12 @@ TEST(PictureDefaults, ByNameFirstRowWins) {
       {"AQUA", 0.0f, 0, 0.0f, "other: width unchanged"},
   };
   for (const Row& r : rows) {
-    const std::string text = std::string(r.name) + "\n" + kL1 + "\n" + kL2 + "\n";
-    SAT* s = read_sel(text, "*");
+    SAT* s = from_text(set_text(r.name), "*");
     ASSERT_NE(s, nullptr) << r.why;
     EXPECT_TRUE(s->orbit.max_sens_angle == r.angle && s->orbit.width_original == r.width &&
                 s->hfreq == r.hfreq)
         << r.why;
-    free_list(s);
+    Remove_Sats(s);
   }
 }
 

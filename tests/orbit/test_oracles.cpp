@@ -3,6 +3,7 @@
 // moon). Each test is skipped when its module is missing.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <fstream>
 #include <map>
@@ -30,12 +31,6 @@ std::vector<std::string> run_oracle(const std::vector<std::string>& args) {
   while (std::getline(ss, l))
     if (!l.empty()) lines.push_back(l);
   return lines;
-}
-
-struct tm tm_of_ms(long long unix_ms, int* ms) {
-  long long s = unix_ms / 1000;
-  *ms = static_cast<int>(unix_ms % 1000);
-  return orbit_test::from_unix(static_cast<time_t>(s));
 }
 
 double deg_diff(double a, double b) {
@@ -66,8 +61,8 @@ void compare_positions(const std::string& file, const char* what) {
     auto it = sats.find(norad);
     ASSERT_NE(it, sats.end()) << norad;
     KEPLER& k = it->second;
-    int ms;
-    struct tm t = tm_of_ms(unix_ms, &ms);
+    const int ms = static_cast<int>(unix_ms % 1000);
+    struct tm t = orbit_test::from_unix(static_cast<time_t>(unix_ms / 1000));
     const double jd = orbit_julian_date(&t, ms);
     const double dt_days = std::fabs(jd - k.tle.epoch);
     if (dt_days > 3.0 + 1e-6) continue;
@@ -160,14 +155,10 @@ std::vector<Pass> our_passes(SAT* list, const EPOINT& obs, time_t start, double 
       TRACK tr{};
       struct tm stop;
       if (!predict(s, &t, &stop, &tr, &obs, nullptr, 0.0f, 0.0f, false)) break;
-      struct tm up = tr.up_time, mx = tr.maxelev_time, dn = tr.down_time;
-      Pass p;
-      p.sat = underscored(s->satname);
+      Pass p{underscored(s->satname), double(orbit_test::secs(tr.up_time)),
+             double(orbit_test::secs(tr.maxelev_time)), double(orbit_test::secs(tr.down_time)),
+             tr.max_elev * 180.0 / M_PI};
       p.s = s;
-      p.rise = static_cast<double>(pava::mktime_utc(&up));
-      p.culm = static_cast<double>(pava::mktime_utc(&mx));
-      p.set = static_cast<double>(pava::mktime_utc(&dn));
-      p.max_elev = tr.max_elev * 180.0 / M_PI;
       if (p.rise >= static_cast<double>(end)) break;
       if (p.rise >= static_cast<double>(start) && p.set <= static_cast<double>(end))
         out.push_back(p);
@@ -189,24 +180,19 @@ std::vector<Pass> sky_passes(const std::vector<std::string>& rows) {
     double t, alt;
     ss >> name >> kind >> t >> alt;
     if (kind == 0) {
-      Pass p;
-      p.sat = name;
-      p.rise = t;
-      open[name] = p;
-    } else if (kind == 1) {
-      auto it = open.find(name);
+      open[name] = Pass{name, t};
+      continue;
+    }
+    auto it = open.find(name);
+    if (it == open.end()) continue;
+    if (kind == 1 && alt > it->second.max_elev) {
       // Of several culminations in one pass the highest counts.
-      if (it != open.end() && alt > it->second.max_elev) {
-        it->second.culm = t;
-        it->second.max_elev = alt;
-      }
-    } else {
-      auto it = open.find(name);
-      if (it != open.end() && it->second.culm > 0) {
-        it->second.set = t;
-        out.push_back(it->second);
-      }
-      if (it != open.end()) open.erase(it);
+      it->second.culm = t;
+      it->second.max_elev = alt;
+    } else if (kind == 2) {
+      it->second.set = t;
+      if (it->second.culm > 0) out.push_back(it->second);
+      open.erase(it);
     }
   }
   return out;
@@ -224,17 +210,11 @@ double elevation_at(SAT* sat, const EPOINT& obs, double unix) {
 
 void compare_passes(const std::string& file, double lat, double lon, double alt_m, time_t start,
                     double hours) {
-  EPOINT obs{};
-  obs.lat = static_cast<float>(lat * M_PI / 180.0);
-  obs.lon = static_cast<float>(lon * M_PI / 180.0);
-  obs.alt = static_cast<float>(alt_m / 1000.0);
+  const EPOINT obs = orbit_test::observer(lat, lon, alt_m);
   const auto rows =
       run_oracle({"passes", file, std::to_string(lat), std::to_string(lon), std::to_string(alt_m),
                   std::to_string(start), std::to_string(hours)});
-  FILE* fp = std::fopen(file.c_str(), "r");
-  ASSERT_NE(fp, nullptr);
-  SAT* list = read_msat(fp, "*", nullptr);
-  std::fclose(fp);
+  SAT* list = orbit_test::load(file, "*");
   std::vector<Pass> sky = sky_passes(rows);
   std::vector<Pass> ours = our_passes(list, obs, start, hours);
   ASSERT_FALSE(sky.empty());
@@ -292,7 +272,7 @@ void compare_passes(const std::string& file, double lat, double lon, double alt_
       "the true one (pass of %.1f deg), culmination reported up to %.3f s late\n",
       matched, ours.size(), worst_rise, worst_set, worst_model, worst_reported, worst_reported_sky,
       worst_lag);
-  while (list) list = Remove_Sat(list);
+  Remove_Sats(list);
 }
 
 TEST(OracleSkyfield, PassesOver48HoursMatchFindEvents) {
@@ -313,30 +293,28 @@ TEST(OracleSkyfield, PassesOver48HoursMatchFindEvents) {
 
 // ---- Sun and moon ------------------------------------------------------------
 
-std::vector<std::string> moments_2000_2030() {
-  // 401 moments spread evenly over 2000-2030, 27.4 days and 0.2 h apart
-  // (fixed, reproducible).
-  std::vector<std::string> out;
-  long long t = 946684800LL + 3600 * 7 + 1234;  // 2000-01-01 07:20:34
-  for (int i = 0; i <= 400; i++) {
-    out.push_back(std::to_string(t));
-    t += 2366734LL;
+// The oracle's rows for a body at 401 moments spread evenly over 2000-2030,
+// 27.4 days and 0.2 h apart from 2000-01-01 07:20:34 (fixed, reproducible).
+// Each row: the moment (unix) and up to three numbers.
+std::vector<std::array<double, 4>> ephem_rows(const char* body) {
+  std::vector<std::string> args{body};
+  for (long long i = 0, t = 946684800LL + 3600 * 7 + 1234; i <= 400; i++, t += 2366734LL)
+    args.push_back(std::to_string(t));
+  std::vector<std::array<double, 4>> out;
+  for (const std::string& l : run_oracle(args)) {
+    std::array<double, 4> v{};
+    std::istringstream(l) >> v[0] >> v[1] >> v[2] >> v[3];
+    out.push_back(v);
   }
   return out;
 }
 
 TEST(OracleEphem, SubSolarPointWithinTwoHundredthsOfADegree) {
   if (!orbit_test::python_has("ephem")) GTEST_SKIP() << "python3-ephem missing";
-  std::vector<std::string> args{"sun"};
-  for (const auto& m : moments_2000_2030()) args.push_back(m);
-  const auto rows = run_oracle(args);
+  const auto rows = ephem_rows("sun");
   ASSERT_EQ(rows.size(), 401u);
   double worst_lon = 0, worst_lat = 0;
-  for (const std::string& r : rows) {
-    std::istringstream ss(r);
-    long long unix;
-    double lon, lat;
-    ss >> unix >> lon >> lat;
+  for (const auto& [unix, lon, lat, unused] : rows) {
     struct tm t = orbit_test::from_unix(static_cast<time_t>(unix));
     const EPOINT p = calc_sun(&t);
     const double dlon = deg_diff(p.lon * 180.0 / M_PI, lon);
@@ -351,33 +329,28 @@ TEST(OracleEphem, SubSolarPointWithinTwoHundredthsOfADegree) {
 
 TEST(OracleEphem, MoonRaDecAndIllumination) {
   if (!orbit_test::python_has("ephem")) GTEST_SKIP() << "python3-ephem missing";
-  std::vector<std::string> args{"moon"};
-  for (const auto& m : moments_2000_2030()) args.push_back(m);
-  const auto rows = run_oracle(args);
+  const auto rows = ephem_rows("moon");
   ASSERT_EQ(rows.size(), 401u);
   double worst_ra = 0, worst_dec = 0, worst_ill = 0;
   int above_target = 0;
-  for (const std::string& r : rows) {
-    std::istringstream ss(r);
-    long long unix;
-    double ra, dec, phase;
-    ss >> unix >> ra >> dec >> phase;
+  for (const auto& [unix, ra, dec, phase] : rows) {
     struct tm t = orbit_test::from_unix(static_cast<time_t>(unix));
     EPOINT obs{};  // latitude 0, longitude 0
     int ill = -1;
     const EPOINT p = calc_moon(&t, &ill, &obs);
     const double ddec = std::fabs(p.lat * 180.0 / M_PI - dec);
+    const double dra = deg_diff(rangerad(p.lon) * 180.0 / M_PI, ra);
     // Right ascension: 0.05 degree is not reached everywhere by the moon model
     // (the largest periodic terms only; each omitted one is up to 0.011
     // degree): over these 401 moments the largest difference is 0.060 degree,
     // 6 moments lie above 0.05. The bound checks that figure.
-    EXPECT_LE(deg_diff(rangerad(p.lon) * 180.0 / M_PI, ra), 0.065) << "unix " << unix;
-    if (deg_diff(rangerad(p.lon) * 180.0 / M_PI, ra) > 0.05) above_target++;
+    EXPECT_LE(dra, 0.065) << "unix " << unix;
+    above_target += dra > 0.05;
     EXPECT_LE(ddec, 0.05) << "unix " << unix;
     // Illumination code: 0..100 waxing, 100..200 waning.
     const double frac = ill <= 100 ? ill / 100.0 : (200 - ill) / 100.0;
     EXPECT_NEAR(frac, phase, 0.02) << "unix " << unix << " code " << ill;
-    worst_ra = std::max(worst_ra, deg_diff(rangerad(p.lon) * 180.0 / M_PI, ra));
+    worst_ra = std::max(worst_ra, dra);
     worst_dec = std::max(worst_dec, ddec);
     worst_ill = std::max(worst_ill, std::fabs(frac - phase));
   }

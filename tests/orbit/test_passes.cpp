@@ -7,46 +7,34 @@
 
 #include "config/prefs.h"
 #include "orbit/passes.h"
-#include "orbit/satdb.h"
-#include "orbit/satpos.h"
 #include "orbit_testutil.h"
-#include "support/testutil.h"
 
 namespace {
 
-constexpr double kDeg = M_PI / 180.0;
-
-SAT* load(const std::string& file, const char* sel) {
-  FILE* fp = std::fopen(file.c_str(), "r");
-  SAT* s = read_msat(fp, sel, nullptr);
-  std::fclose(fp);
-  return s;
-}
-
-SAT* weather(const char* sel) { return load(testutil::source_path("data/weather.txt"), sel); }
-
-EPOINT observer(double lat, double lon, double alt_m = 0) {
-  EPOINT o{};
-  o.lat = static_cast<float>(lat * kDeg);
-  o.lon = static_cast<float>(lon * kDeg);
-  o.alt = static_cast<float>(alt_m / 1000.0);
-  return o;
-}
-
-time_t secs(struct tm t) { return pava::mktime_utc(&t); }
+using namespace orbit_test;
 
 // The NOAA 19 pass over 52N 5E rising 2020-10-27 05:32:55 and setting 05:47:54,
 // and the low one before it (03:54:15, highest 3.12 degrees).
 const EPOINT kObs = observer(52, 5, 10);
 
-TEST(Predict, WholePassFieldsAreConsistent) {
+// NOAA 19 over the observer.
+class Predict : public ::testing::Test {
+ protected:
+  void TearDown() override { Remove_Sats(s); }
+  bool run(const struct tm& start, float elev_det, bool forward, bool with_stop = true) {
+    tr = TRACK{};
+    return predict(s, &start, with_stop ? &stop : nullptr, &tr, &kObs, nullptr, 0.0f, elev_det,
+                   forward);
+  }
   SAT* s = weather("NOAA 19");
-  const struct tm start = orbit_test::utc(2020, 10, 27, 4, 10);
   TRACK tr{};
-  struct tm stop;
-  ASSERT_TRUE(predict(s, &start, &stop, &tr, &kObs, nullptr, 0.0f, 0.0f, true));
-  EXPECT_EQ(secs(tr.up_time), secs(orbit_test::utc(2020, 10, 27, 5, 32, 55)));
-  EXPECT_EQ(secs(tr.down_time), secs(orbit_test::utc(2020, 10, 27, 5, 47, 54)));
+  struct tm stop {};
+};
+
+TEST_F(Predict, WholePassFieldsAreConsistent) {
+  ASSERT_TRUE(run(utc(2020, 10, 27, 4, 10), 0.0f, true));
+  EXPECT_EQ(secs(tr.up_time), secs(utc(2020, 10, 27, 5, 32, 55)));
+  EXPECT_EQ(secs(tr.down_time), secs(utc(2020, 10, 27, 5, 47, 54)));
   EXPECT_EQ(secs(stop), secs(tr.down_time));
   EXPECT_LT(secs(tr.up_time), secs(tr.maxelev_time));
   EXPECT_LT(secs(tr.maxelev_time), secs(tr.down_time));
@@ -66,63 +54,59 @@ TEST(Predict, WholePassFieldsAreConsistent) {
   EXPECT_EQ(s->max_elev, tr.max_elev);
   EXPECT_TRUE(secs(s->up_time) == secs(tr.up_time) &&
               secs(s->maxelev_time) == secs(tr.maxelev_time));
-  Remove_Sat(s);
+  // Without a stop time only the rise is searched.
+  ASSERT_TRUE(run(utc(2020, 10, 27, 4, 10), 0.0f, true, false));
+  EXPECT_EQ(secs(tr.up_time), secs(utc(2020, 10, 27, 5, 32, 55)));
+  EXPECT_EQ(tr.max_elev, 0.0f);
+  // No pass reaches 91 degrees: the search ends after 100 passes.
+  EXPECT_FALSE(run(utc(2020, 10, 27, 4, 10), static_cast<float>(91 * kDeg), false));
 }
 
-TEST(Predict, StartedInsideAPassFindsItsRealRise) {
-  SAT* s = weather("NOAA 19");
-  const struct tm start = orbit_test::utc(2020, 10, 27, 5, 40);
-  TRACK tr{};
-  struct tm stop;
-  ASSERT_TRUE(predict(s, &start, &stop, &tr, &kObs, nullptr, 0.0f, 0.0f, false));
-  EXPECT_EQ(secs(tr.up_time), secs(orbit_test::utc(2020, 10, 27, 5, 32, 55)));
+TEST_F(Predict, StartedInsideAPassFindsItsRealRise) {
+  const struct tm start = utc(2020, 10, 27, 5, 40);
+  ASSERT_TRUE(run(start, 0.0f, false));
+  EXPECT_EQ(secs(tr.up_time), secs(utc(2020, 10, 27, 5, 32, 55)));
   EXPECT_LT(secs(tr.up_time), secs(start));
   // Forward from the same moment the next pass comes.
-  ASSERT_TRUE(predict(s, &start, &stop, &tr, &kObs, nullptr, 0.0f, 0.0f, true));
+  ASSERT_TRUE(run(start, 0.0f, true));
   EXPECT_GT(secs(tr.up_time), secs(start));
-  Remove_Sat(s);
 }
 
-TEST(Predict, PassJustBelowTheDetectionElevationIsSkipped) {
-  SAT* s = weather("NOAA 19");
-  const struct tm start = orbit_test::utc(2020, 10, 27, 3, 30);
-  TRACK low{};
-  struct tm stop;
-  ASSERT_TRUE(predict(s, &start, &stop, &low, &kObs, nullptr, 0.0f, 0.0f, false));
-  EXPECT_EQ(secs(low.up_time), secs(orbit_test::utc(2020, 10, 27, 3, 54, 15)));
+TEST_F(Predict, PassJustBelowTheDetectionElevationIsSkipped) {
+  const struct tm start = utc(2020, 10, 27, 3, 30);
+  ASSERT_TRUE(run(start, 0.0f, false));
+  const TRACK low = tr;
+  EXPECT_EQ(secs(low.up_time), secs(utc(2020, 10, 27, 3, 54, 15)));
   // Exactly the pass's maximum still accepts it...
-  TRACK tr{};
-  ASSERT_TRUE(predict(s, &start, &stop, &tr, &kObs, nullptr, 0.0f, low.max_elev, false));
+  ASSERT_TRUE(run(start, low.max_elev, false));
   EXPECT_EQ(secs(tr.up_time), secs(low.up_time));
   // ...a little more skips it and returns the next one.
-  ASSERT_TRUE(predict(s, &start, &stop, &tr, &kObs, nullptr, 0.0f, low.max_elev + 1e-5f, false));
-  EXPECT_EQ(secs(tr.up_time), secs(orbit_test::utc(2020, 10, 27, 5, 32, 55)));
+  ASSERT_TRUE(run(start, low.max_elev + 1e-5f, false));
+  EXPECT_EQ(secs(tr.up_time), secs(utc(2020, 10, 27, 5, 32, 55)));
   // The highest elevation of the first pass examined is kept.
   EXPECT_FLOAT_EQ(s->maxelev_firstpass, low.max_elev);
-  Remove_Sat(s);
 }
 
-TEST(Predict, OnlyTheRiseWithoutStopTime) {
-  SAT* s = weather("NOAA 19");
-  const struct tm start = orbit_test::utc(2020, 10, 27, 4, 10);
-  TRACK tr{};
-  ASSERT_TRUE(predict(s, &start, nullptr, &tr, &kObs, nullptr, 0.0f, 0.0f, true));
-  EXPECT_EQ(secs(tr.up_time), secs(orbit_test::utc(2020, 10, 27, 5, 32, 55)));
-  EXPECT_EQ(tr.max_elev, 0.0f);
-  Remove_Sat(s);
+TEST_F(Predict, MoonAcceptsAnyPass) {
+  s->type = moon;
+  ASSERT_TRUE(run(utc(2020, 10, 27), static_cast<float>(89 * kDeg), true));
+  EXPECT_LT(tr.max_elev, 89 * kDeg);
+  EXPECT_GT(tr.max_elev, 0.0f);
+  // The moon stays up for hours.
+  EXPECT_GT(secs(tr.down_time) - secs(tr.up_time), 6 * 3600);
 }
 
-TEST(Predict, GeostationaryObjectNeverSets) {
+TEST(PredictGeostationary, NeverSets) {
   SAT* s = load(testutil::shared_path("testdata/tle/weather_2026-02-24.tle"), "METEOSAT-9");
   ASSERT_NE(s, nullptr);
   const EPOINT under = observer(0, 46);
-  struct tm t = orbit_test::utc(2026, 2, 24, 12);
+  struct tm t = utc(2026, 2, 24, 12);
   EPOINT pos{};
   // search_down gives up after one day of stepping...
   EXPECT_EQ(search_horizon(s, 30, search_down, &t, &pos, nullptr, nullptr, &under, 0.0f), 0);
-  EXPECT_GE(secs(t) - secs(orbit_test::utc(2026, 2, 24, 12)), 86399);
+  EXPECT_GE(secs(t) - secs(utc(2026, 2, 24, 12)), 86399);
   // ...and so predict finds no pass.
-  const struct tm start = orbit_test::utc(2026, 2, 24, 12);
+  const struct tm start = utc(2026, 2, 24, 12);
   TRACK tr{};
   struct tm stop;
   EXPECT_FALSE(predict(s, &start, &stop, &tr, &under, nullptr, 0.0f, 0.0f, false));
@@ -132,52 +116,27 @@ TEST(Predict, GeostationaryObjectNeverSets) {
   Remove_Sat(s);
 }
 
-TEST(Predict, HundredPassLimit) {
-  SAT* s = weather("NOAA 19");
-  const struct tm start = orbit_test::utc(2020, 10, 27, 4, 10);
-  TRACK tr{};
-  struct tm stop;
-  EXPECT_FALSE(
-      predict(s, &start, &stop, &tr, &kObs, nullptr, 0.0f, static_cast<float>(91 * kDeg), false));
-  Remove_Sat(s);
-}
-
-TEST(Predict, MoonAcceptsAnyPass) {
-  SAT* s = weather("NOAA 19");
-  s->type = moon;
-  const struct tm start = orbit_test::utc(2020, 10, 27);
-  TRACK tr{};
-  struct tm stop;
-  ASSERT_TRUE(
-      predict(s, &start, &stop, &tr, &kObs, nullptr, 0.0f, static_cast<float>(89 * kDeg), true));
-  EXPECT_LT(tr.max_elev, 89 * kDeg);
-  EXPECT_GT(tr.max_elev, 0.0f);
-  // The moon stays up for hours.
-  EXPECT_GT(secs(tr.down_time) - secs(tr.up_time), 6 * 3600);
-  Remove_Sat(s);
-}
-
 TEST(SearchHorizon, ModesAndLimits) {
   SAT* s = weather("NOAA 19");
-  struct tm t = orbit_test::utc(2020, 10, 27, 5, 32, 50);
+  struct tm t = utc(2020, 10, 27, 5, 32, 50);
   EPOINT pos{};
   float elev = -5;
   // Up: the first second at or above the horizon.
   ASSERT_EQ(search_horizon(s, 1, search_up, &t, &pos, nullptr, &elev, &kObs, 0.0f), 1);
-  EXPECT_EQ(secs(t), secs(orbit_test::utc(2020, 10, 27, 5, 32, 55)));
+  EXPECT_EQ(secs(t), secs(utc(2020, 10, 27, 5, 32, 55)));
   EXPECT_GE(elev, 0.0f);
   // Backwards down: the last second before the rise.
   ASSERT_EQ(search_horizon(s, -1, search_down, &t, &pos, nullptr, &elev, &kObs, 0.0f), 1);
-  EXPECT_EQ(secs(t), secs(orbit_test::utc(2020, 10, 27, 5, 32, 54)));
+  EXPECT_EQ(secs(t), secs(utc(2020, 10, 27, 5, 32, 54)));
   EXPECT_LT(elev, 0.0f);
   // Without mom_elev the maximum search only stops below the horizon.
-  t = orbit_test::utc(2020, 10, 27, 5, 33);
+  t = utc(2020, 10, 27, 5, 33);
   ASSERT_EQ(search_horizon(s, 1, search_maxelev, &t, &pos, nullptr, nullptr, &kObs, 0.0f), 1);
-  EXPECT_EQ(secs(t), secs(orbit_test::utc(2020, 10, 27, 5, 47, 54)));
+  EXPECT_EQ(secs(t), secs(utc(2020, 10, 27, 5, 47, 54)));
   // mode_unk steps until the one-day limit; a zero step ends as well.
-  t = orbit_test::utc(2020, 10, 27);
+  t = utc(2020, 10, 27);
   EXPECT_EQ(search_horizon(s, 600, mode_unk, &t, &pos, nullptr, nullptr, &kObs, 0.0f), 0);
-  t = orbit_test::utc(2020, 10, 27);
+  t = utc(2020, 10, 27);
   EXPECT_EQ(search_horizon(s, 0, mode_unk, &t, &pos, nullptr, nullptr, &kObs, 0.0f), 0);
   Remove_Sat(s);
 }
@@ -190,7 +149,7 @@ TEST(FirstPasses, MergedInTimeOrder) {
   prefs.refpos = kObs;
   prefs.elev_horiz = 0.0f;
   prefs.tm_off = TM_OFFSET{};
-  g_now = secs(orbit_test::utc(2020, 10, 27));
+  g_now = secs(utc(2020, 10, 27));
   orbit_set_clock(fixed_now);
   TRACK* merged = first_passes(list, 10, 0, 10);
   orbit_set_clock(nullptr);
@@ -232,7 +191,7 @@ TEST(FirstPasses, MergedInTimeOrder) {
   ASSERT_NE(merged, nullptr);
   EXPECT_GT(secs(merged->down_time), g_now + 600 * 60);
   Remove_Tracks(merged);
-  while (list) list = Remove_Sat(list);
+  Remove_Sats(list);
 }
 
 }  // namespace

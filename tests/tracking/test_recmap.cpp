@@ -51,17 +51,9 @@ TEST(Recmap, RangeCommentBothForms) {
   EXPECT_EQ(get_range("range=garbage", &mn, &mx), 0);
 }
 
-TEST(Recmap, HeaderBytes) {
-  char* buf = nullptr;
-  size_t len = 0;
-  FILE* fp = open_memstream(&buf, &len);
-  int n = write_pgmhdr(fp, 500, 500, "P5", "range=[%d:%d],[%d:%d]", -20, 30, 27, 77);
-  std::fclose(fp);
-  std::string want = "P5\n#range=[-20:30],[27:77]\n500 500\n 255\n";
-  EXPECT_EQ(std::string(buf, len), want);
-  EXPECT_EQ(n, int(want.size()));
-  std::free(buf);
-  // The comment is cut to 29 characters, the header to 59.
+TEST(Recmap, HeaderCut) {
+  // The header's bytes are checked in the saved map below; the comment is cut
+  // to 29 characters, the header to 59.
   EXPECT_EQ(write_pgmhdr(nullptr, 500, 500, "P5", "%s", std::string(80, 'c').c_str()),
             3 + 1 + 29 + 1 + 8 + 5);
 }

@@ -21,54 +21,35 @@ class RotorBoard : public BoardTest {
   }
 };
 
-TEST_F(RotorBoard, CommandRegistersThenStart) {
+TEST_F(RotorBoard, CommandRegistersThenStartAndDisplay) {
   struct Row {
     float angle;
-    int deg2step, inv, nr;
-    int d0, d1;
-    const char* what;
+    int nr, show, d0, d1;
+    Writes display;  // after the command and its start (register 12)
   } rows[] = {
-      {90.f, 8, 0, 0, 0xE0, 0x00, "centre, X output"},
-      {100.f, 8, 0, 1, 0xD0, 0x50, "-80 steps, Y output"},
+      {90.f, 0, 0, 0xE0, 0x00, {{3, 0}}},   // centre on the X output, display off
+      {100.f, 1, 0, 0xD0, 0x50, {{3, 0}}},  // -80 steps on the Y output
+      // Shown: 100.0 degrees = 1000 tenths = 0x03E8 in registers 10/11, then 3 := 2.
+      {100.f, 1, 1, 0xD0, 0x50, {{10, 0xE8}, {11, 0x03}, {3, 2}}},
   };
   for (const Row& r : rows) {
     emu->log = BOARDEMU_LOG{};
-    DISEQC d = val2diseqc(r.angle, r.deg2step, r.inv, 0);
+    DISEQC d = val2diseqc(r.angle, 8, 0, 0);
     d.nr = r.nr;
-    EXPECT_EQ(do_dqc(&rec->usb, &d, 0), 0) << r.what;
-    Writes want = {{16, 0x31}, {17, 0x6E}, {18, r.d0}, {19, r.d1}, {12, r.nr ? 0x60 : 0x40},
-                   {3, 0}};  // display off
-    EXPECT_EQ(emu->log.reg_writes, want) << r.what;
+    EXPECT_EQ(do_dqc(&rec->usb, &d, r.show), 0) << r.angle;
+    Writes want = {{16, 0x31}, {17, 0x6E}, {18, r.d0}, {19, r.d1}, {12, r.nr ? 0x60 : 0x40}};
+    want.insert(want.end(), r.display.begin(), r.display.end());
+    EXPECT_EQ(emu->log.reg_writes, want) << r.angle;
     ASSERT_EQ(emu->log.diseqc.size(), 1u);
     EXPECT_EQ(emu->log.diseqc[0].output, r.nr);
     EXPECT_EQ(emu->log.diseqc[0].bytes[2], r.d0);
   }
-}
-
-TEST_F(RotorBoard, CommandWithDisplay) {
-  DISEQC d = val2diseqc(100.f, 8, 0, 0);
-  d.nr = 1;
-  EXPECT_EQ(do_dqc(&rec->usb, &d, 1), 0);
-  // 100.0 degrees = 1000 tenths = 0x03E8 in registers 10/11, then 3 := 2.
-  Writes want = {{16, 0x31}, {17, 0x6E}, {18, 0xD0}, {19, 0x50},
-                 {12, 0x60}, {10, 0xE8}, {11, 0x03}, {3, 2}};
-  EXPECT_EQ(emu->log.reg_writes, want);
   // Another command than 0x6E is never shown.
   emu->log = BOARDEMU_LOG{};
+  DISEQC d = val2diseqc(100.f, 8, 0, 0);
   d.cmd = 0x60;
   do_dqc(&rec->usb, &d, 1);
   EXPECT_EQ(emu->log.reg_writes.back(), std::make_pair(3, 0));
-}
-
-TEST_F(RotorBoard, DisplayRegisters) {
-  set_displxy(&rec->usb, 45.25f, 1);  // 452 tenths
-  EXPECT_EQ(emu->log.reg_writes, (Writes{{8, 0xC4}, {9, 0x01}, {3, 1}}));
-  emu->log = BOARDEMU_LOG{};
-  set_displxy(&rec->usb, 12.3f, 2);  // 123 tenths
-  EXPECT_EQ(emu->log.reg_writes, (Writes{{10, 123}, {11, 0}, {3, 2}}));
-  emu->log = BOARDEMU_LOG{};
-  set_displxy(&rec->usb, 99.f, 0);
-  EXPECT_EQ(emu->log.reg_writes, (Writes{{3, 0}}));
 }
 
 TEST_F(RotorBoard, SendXYUsesAxisSettings) {
@@ -88,6 +69,10 @@ TEST_F(RotorBoard, SendXYUsesAxisSettings) {
 
 TEST_F(RotorBoard, DisplayStateCycles) {
   ROTOR r{};
+  // The display writes closing a tick in each state: X 45.25 is 452 tenths in
+  // registers 8/9, Y 123.4 is 1234 tenths in registers 10/11.
+  const Writes shown[] = {
+      {{3, 0}}, {{8, 0xC4}, {9, 0x01}, {3, 1}}, {{10, 0xD2}, {11, 0x04}, {3, 2}}};
   struct Row {
     int mode;
     std::vector<int> states;  // register 3 at the end of each tick
@@ -101,14 +86,12 @@ TEST_F(RotorBoard, DisplayStateCycles) {
     rotor_display_state() = 0;
     for (size_t t = 0; t < row.states.size(); t++) {
       emu->log = BOARDEMU_LOG{};
-      ASSERT_EQ(pos2godil(&rec->usb, &r, 10.f, 20.f, row.mode), 0);
-      EXPECT_EQ(emu->regs[3], row.states[t]) << row.what << " tick " << t;
-      if (row.states[t] == 1) {
-        EXPECT_EQ(emu->regs[8], 100) << row.what;  // X 10.0
-      }
-      if (row.states[t] == 2) {
-        EXPECT_EQ(emu->regs[10], 200) << row.what;  // Y 20.0
-      }
+      ASSERT_EQ(pos2godil(&rec->usb, &r, 45.25f, 123.4f, row.mode), 0);
+      const Writes& want = shown[row.states[t]];
+      const Writes& got = emu->log.reg_writes;
+      ASSERT_GE(got.size(), want.size());
+      EXPECT_EQ(Writes(got.end() - long(want.size()), got.end()), want)
+          << row.what << " tick " << t;
     }
   }
 }

@@ -176,26 +176,6 @@ TEST_F(TrackerTest, SimulatedPass) {
   EXPECT_EQ(tracker_timer_count(), 1);  // tracking goes on with the new list
 }
 
-TEST_F(TrackerTest, AbortExactlyOnceAndListRebuilt) {
-  glob_g.elev_det = 10;
-  time_t rise = first_rise(sats);
-  ASSERT_NE(rise, 0);
-  clock_now() = rise + 60;
-  run_track(nullptr, sats);
-  int aborts_seen = 0;
-  rec->abort = 0;
-  for (int i = 0; i < 30 * 60; i++) {
-    clock_now()++;
-    tracker_timer_advance(1000);
-    if (rec->abort) {
-      aborts_seen++;
-      rec->abort = 0;  // the recording consumed it
-    }
-  }
-  EXPECT_EQ(aborts_seen, 1);
-  EXPECT_EQ(count("passlist"), 2);
-}
-
 TEST_F(TrackerTest, SatTypeRestartsRunningRecording) {
   rec_ui().buttons["Start/Stop"] = 1;  // recording on
   SAT s{};
@@ -275,7 +255,9 @@ TEST_F(TrackerTest, RunSunAndStop) {
   EXPECT_EQ(tracker_timer_count(), 0);
 }
 
-TEST_F(TrackerTest, RotorRepeatEveryFiveSeconds) {
+// Started a minute into a pass: the rotor target repeats every rotreptime,
+// and the set aborts the recording exactly once and rebuilds the list.
+TEST_F(TrackerTest, MidPassRotorRepeatAndOneAbort) {
   prefs.rotreptime = 5.f;
   glob_g.elev_det = 10;
   time_t rise = first_rise(sats);
@@ -284,6 +266,15 @@ TEST_F(TrackerTest, RotorRepeatEveryFiveSeconds) {
   int before = count("rotor");
   run_until(clock_now() + 20);
   EXPECT_EQ(count("rotor") - before, 4);  // 20 s: one target per 5 s
+  int aborts_seen = 0;
+  rec->abort = 0;
+  for (int i = 0; i < 30 * 60; i++) {
+    run_until(clock_now() + 1);
+    aborts_seen += rec->abort;
+    rec->abort = 0;  // the recording consumed it
+  }
+  EXPECT_EQ(aborts_seen, 1);
+  EXPECT_EQ(count("passlist"), 2);
 }
 
 }  // namespace
