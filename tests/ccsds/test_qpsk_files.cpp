@@ -42,9 +42,7 @@ struct MetopData {
 
 // The record header as the recorder writes it, followed by units.
 std::string record_file(const Bytes& units, int rs_flag, const char* kind = "metop") {
-  testutil::TempDir d;
-  std::string tmp = d.file("h");
-  FILE* fp = std::fopen(tmp.c_str(), "wb+");
+  FILE* fp = std::tmpfile();
   PICINFO* pic = pic_new();
   pic->reed_solomon = rs_flag;
   std::memcpy(pic->firmware, "FW01", 4);
@@ -268,15 +266,13 @@ TEST(QpskStats, VcidStatistics) {
   fy.stream(Bytes(882 * 12, 0));
   Bytes all = m.units;
   all.insert(all.end(), fy.out.begin(), fy.out.begin() + 3 * 1024);
-  testutil::TempDir d;
-  testutil::write_file(d.file("s.dat"), std::string(all.begin(), all.end()));
-  FILE* fp = std::fopen(d.file("s.dat").c_str(), "rb");
-  FILE* out = std::tmpfile();
+  FILE *fp = std::tmpfile(), *out = std::tmpfile();
+  std::fwrite(all.data(), 1, all.size(), fp);
+  std::rewind(fp);
   EXPECT_EQ(ccsds_vcid_stats(fp, out, 0, CCSDS_DERAND_AUTO), 0);
   std::rewind(out);
-  char buf[4096] = {0};
-  size_t n = std::fread(buf, 1, sizeof buf - 1, out);
-  std::string text(buf, n);
+  std::string text(4096, '\0');
+  text.resize(std::fread(text.data(), 1, text.size(), out));
   int units = int(m.units.size() / 1024);
   char expect[256];
   std::snprintf(expect, sizeof expect,

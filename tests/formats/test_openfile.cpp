@@ -137,29 +137,26 @@ TEST(FileNames, ThreeRecordingsInOneMinute) {
   t.tm_year = 124, t.tm_mon = 2, t.tm_mday = 5, t.tm_hour = 10, t.tm_min = 20;
   time_t now = pava::mktime_utc(&t);
   std::string d = dir.path() + "/";
-  std::vector<std::string> got;
-  for (int i = 0; i < 3; i++) {
+  const struct Row {
+    const char *base, *ext;
+    int style, n;
+    const char* name;
+  } rows[] = {
+      {"noaa", ".raw", 0, 1, "noaa_20240305_1020.raw"},  // three in the same minute
+      {"noaa", ".raw", 0, 2, "noaa_20240305_1020_01.raw"},
+      {"noaa", ".raw", 0, 3, "noaa_20240305_1020_02.raw"},
+      {"metop", ".raw", 1, 1, "metop_2024-03-05_1020.raw"},
+      {"noaa", ".hpt", 0, 1, "2024-03-05_1020_noaa.hpt"},  // ".hpt": the time first
+      {"noaa", ".hpt", 0, 2, "2024-03-05_1020_noaa_01.hpt"},
+      {nullptr, nullptr, 0, 1, "_20240305_1020"},  // missing base and extension count as empty
+  };
+  for (const Row& r : rows) {
     char name[300];
-    int n = create_new_filename_at(name, sizeof name, d.c_str(), "noaa", ".raw", 0, now);
-    EXPECT_EQ(n, i + 1);
-    got.push_back(name);
+    EXPECT_EQ(create_new_filename_at(name, sizeof name, d.c_str(), r.base, r.ext, r.style, now),
+              r.n);
+    EXPECT_EQ(std::string(name), d + r.name);
     testutil::write_file(name, "x");
   }
-  EXPECT_EQ(got,
-            (std::vector<std::string>{d + "noaa_20240305_1020.raw", d + "noaa_20240305_1020_01.raw",
-                                      d + "noaa_20240305_1020_02.raw"}));
-  char name[300];
-  create_new_filename_at(name, sizeof name, d.c_str(), "metop", ".raw", 1, now);
-  EXPECT_EQ(std::string(name), d + "metop_2024-03-05_1020.raw");
-  // ".hpt": the time first.
-  create_new_filename_at(name, sizeof name, d.c_str(), "noaa", ".hpt", 0, now);
-  EXPECT_EQ(std::string(name), d + "2024-03-05_1020_noaa.hpt");
-  testutil::write_file(name, "x");
-  EXPECT_EQ(create_new_filename_at(name, sizeof name, d.c_str(), "noaa", ".hpt", 0, now), 2);
-  EXPECT_EQ(std::string(name), d + "2024-03-05_1020_noaa_01.hpt");
-  // Missing base and extension count as empty.
-  create_new_filename_at(name, sizeof name, d.c_str(), nullptr, nullptr, 0, now);
-  EXPECT_EQ(std::string(name), d + "_20240305_1020");
 }
 
 TEST(FileNames, RecordingFileInNewDirectories) {
