@@ -47,25 +47,16 @@ AvhrrScan make_scan(int seed, int day, uint32_t msec, int apid) {
 Bytes avhrr_packet(const AvhrrScan& s, int seqcnt) { return sim_avhrr_packet(s, seqcnt); }
 
 void FrameWriter::frame(const uint8_t* zone, int fhp) {
-  uint8_t f[1024] = {0x1A, 0xCF, 0xFC, 0x1D};
-  f[4] = uint8_t(0x40 | ((scid >> 2) & 0x3F));
-  f[5] = uint8_t(((scid & 3) << 6) | (vcid & 63));
-  long c = counter & 0xFFFFFF;
-  f[6] = uint8_t(c >> 16), f[7] = uint8_t(c >> 8), f[8] = uint8_t(c);
-  f[9] = 0;
-  f[12] = uint8_t((fhp >> 8) & 7), f[13] = uint8_t(fhp);
-  std::memcpy(f + 14, zone, 882);
+  Bytes f = bare_unit(scid, vcid, counter, fhp, 0);
+  std::memcpy(f.data() + 14, zone, 882);
   for (int j = 0; j < 4; j++) {
     uint8_t cw[255];
-    for (int i = 0; i < 223; i++) cw[i] = f[4 + 4 * i + j];
-    if (conventional)
-      fec_oracle::encode_8(cw, cw + 223, 0);
-    else
-      fec_oracle::encode_ccsds(cw, cw + 223, 0);
-    for (int i = 223; i < 255; i++) f[4 + 4 * i + j] = cw[i];
+    for (int i = 0; i < 223; i++) cw[i] = f[size_t(4 + 4 * i + j)];
+    fec_oracle::encode_ccsds(cw, cw + 223, 0);
+    for (int i = 223; i < 255; i++) f[size_t(4 + 4 * i + j)] = cw[i];
   }
-  if (randomise) ccsds_derandomise(f + 4, 1020);
-  out.insert(out.end(), f, f + 1024);
+  if (randomise) ccsds_derandomise(f.data() + 4, 1020);
+  out.insert(out.end(), f.begin(), f.end());
   counter++;
 }
 
@@ -84,6 +75,17 @@ void FrameWriter::stream(const Bytes& data) {
     std::memcpy(zone, data.data() + ofs, size_t(n));
     frame(zone, 2047);
   }
+}
+
+Bytes bare_unit(int scid, int vcid, long cnt, int fhp, uint8_t fill) {
+  Bytes f(1024, 0);
+  f[0] = 0x1A, f[1] = 0xCF, f[2] = 0xFC, f[3] = 0x1D;
+  f[4] = uint8_t(0x40 | ((scid >> 2) & 0x3F));
+  f[5] = uint8_t(((scid & 3) << 6) | (vcid & 63));
+  f[6] = uint8_t(cnt >> 16), f[7] = uint8_t(cnt >> 8), f[8] = uint8_t(cnt);
+  f[12] = uint8_t((fhp >> 8) & 7), f[13] = uint8_t(fhp);
+  std::memset(f.data() + 14, fill, 882);
+  return f;
 }
 
 void inject_errors(Bytes& units, int n, std::mt19937& rng) {

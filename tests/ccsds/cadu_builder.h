@@ -24,14 +24,13 @@ AvhrrScan make_scan(int seed, int day, uint32_t msec, int apid = 103);
 // bytes, 10-bit words from byte 20.
 Bytes avhrr_packet(const AvhrrScan& s, int seqcnt);
 
-// Transfer frames on one virtual channel.
+// Transfer frames on one virtual channel, dual-basis parity.
 struct FrameWriter {
   int scid = 12;
   int vcid = 9;
   long counter = 0;
-  bool conventional = false;  // parity in the conventional basis
-  bool randomise = false;     // apply the CCSDS pseudo-random sequence
-  Bytes out;                  // the units written so far
+  bool randomise = false;  // apply the CCSDS pseudo-random sequence
+  Bytes out;               // the units written so far
 
   // Appends one unit with this zone (882 bytes) and first header pointer.
   void frame(const uint8_t* zone, int fhp);
@@ -40,6 +39,10 @@ struct FrameWriter {
   // Packs a raw byte stream (no packet headers: first header pointer 2047).
   void stream(const Bytes& data);
 };
+
+// A unit without parity (the frame routines don't check it): spacecraft
+// scid, channel vcid, counter cnt, first header pointer fhp, zone of fill.
+Bytes bare_unit(int scid, int vcid, long cnt, int fhp, uint8_t fill);
 
 // Flips n distinct symbols of every codeword of every unit in units.
 void inject_errors(Bytes& units, int n, std::mt19937& rng);

@@ -24,18 +24,16 @@ testutil::RunResult cli(std::vector<std::string> args) {
   return testutil::run(args);
 }
 
-// Last JSON line of the rs output (the summary) and the number of frame lines.
-nlohmann::json summary(const std::string& out, int* frame_lines) {
+// The rs output: its frame objects, and the summary (the last line).
+std::vector<nlohmann::json> rs_lines(const std::string& out, nlohmann::json* summary) {
   std::istringstream in(out);
-  std::string line, last;
-  int n = 0;
-  while (std::getline(in, line)) {
+  std::vector<nlohmann::json> frames;
+  for (std::string line; std::getline(in, line);) {
     if (line.empty()) continue;
-    if (line.find("\"frame\"") != std::string::npos) n++;
-    last = line;
+    *summary = nlohmann::json::parse(line);
+    if (summary->contains("frame")) frames.push_back(*summary);
   }
-  *frame_lines = n;
-  return nlohmann::json::parse(last);
+  return frames;
 }
 
 }  // namespace
@@ -64,9 +62,8 @@ TEST(CliCcsds, RsCountsOnRealRecordings) {
     SCOPED_TRACE(std::string(r.file) + " " + r.basis);
     auto res = cli({"rs", cadu(r.file), "--basis", r.basis});
     EXPECT_EQ(res.status, r.status) << res.err;
-    int n = 0;
-    auto s = summary(res.out, &n);
-    EXPECT_EQ(n, r.frames);
+    nlohmann::json s;
+    EXPECT_EQ(rs_lines(res.out, &s).size(), size_t(r.frames));
     nlohmann::json want = {{"frames", r.frames},
                            {"corrected", 0},
                            {"uncorrectable", r.uncorrectable},
@@ -76,32 +73,25 @@ TEST(CliCcsds, RsCountsOnRealRecordings) {
     for (auto& [k, v] : want.items()) EXPECT_EQ(s[k], v) << k;
   }
   auto res = cli({"rs", cadu("noaa21_jpss2_block.dat")});
-  int n = 0;
-  EXPECT_EQ(summary(res.out, &n)["trailing_bytes"], 255);
+  nlohmann::json s;
+  rs_lines(res.out, &s);
+  EXPECT_EQ(s["trailing_bytes"], 255);
   EXPECT_NE(res.err.find("no frame passes Reed-Solomon"), std::string::npos);
-  // Forcing no derandomising on a randomised file garbles the headers.
-  res = cli({"rs", cadu("snpp_7cadus_2vcids.dat"), "--derandomise", "no"});
-  EXPECT_EQ(summary(res.out, &n)["derandomised"], false);
-  // Bad options.
-  EXPECT_NE(cli({"rs", cadu("snpp_7cadus_2vcids.dat"), "--basis", "other"}).status, 0);
-  EXPECT_NE(cli({"rs", "/nonexistent/file"}).status, 0);
-}
-
-TEST(CliCcsds, RsFrameLines) {
-  if (!have_cli()) GTEST_SKIP() << "pava-cli not built";
-  auto res = cli({"rs", cadu("snpp_7cadus_2vcids.dat")});
-  std::istringstream in(res.out);
-  std::string line;
+  // Frame objects: five fields; the two channels of the two-VCID file.
   std::vector<int> vcids;
-  while (std::getline(in, line)) {
-    auto j = nlohmann::json::parse(line);
-    if (!j.contains("frame")) continue;
+  for (const auto& j : rs_lines(cli({"rs", cadu("snpp_7cadus_2vcids.dat")}).out, &s)) {
     EXPECT_TRUE(j.size() == 5u && j["corrected"] == 0 && j["uncorrectable"] == 0) << j;
     vcids.push_back(j["vcid"]);
   }
-  ASSERT_EQ(vcids.size(), 7u);
+  EXPECT_EQ(vcids.size(), 7u);
   EXPECT_EQ(std::count(vcids.begin(), vcids.end(), 16), 3);
   EXPECT_EQ(std::count(vcids.begin(), vcids.end(), 6), 4);
+  // Forcing no derandomising on a randomised file garbles the headers.
+  rs_lines(cli({"rs", cadu("snpp_7cadus_2vcids.dat"), "--derandomise", "no"}).out, &s);
+  EXPECT_EQ(s["derandomised"], false);
+  // Bad options.
+  EXPECT_NE(cli({"rs", cadu("snpp_7cadus_2vcids.dat"), "--basis", "other"}).status, 0);
+  EXPECT_NE(cli({"rs", "/nonexistent/file"}).status, 0);
 }
 
 TEST(CliCcsds, VcidStatistics) {

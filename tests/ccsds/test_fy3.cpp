@@ -3,13 +3,12 @@
 #include <unistd.h>
 
 #include <cstring>
-#include <memory>
 #include <random>
 #include <vector>
 
 #include "cadu_builder.h"
 #include "ccsds/fy3.h"
-#include "ccsds/qpsk_files.h"
+#include "qpsk_opened.h"
 #include "support/testutil.h"
 
 using namespace cadu_builder;
@@ -23,16 +22,8 @@ std::vector<uint16_t> virr_line(int seed) {
   return l;
 }
 
-Bytes unit(int vcid, long cnt, uint8_t fill = 0) {
-  Bytes f(1024, 0);
-  f[0] = 0x1A, f[1] = 0xCF, f[2] = 0xFC, f[3] = 0x1D;
-  f[4] = 0x40 | (50 >> 2);
-  f[5] = uint8_t(((50 & 3) << 6) | vcid);
-  f[6] = uint8_t(cnt >> 16), f[7] = uint8_t(cnt >> 8), f[8] = uint8_t(cnt);
-  f[12] = 7, f[13] = 0xFF;
-  std::memset(f.data() + 14, fill, 882);
-  return f;
-}
+// A FY-3B unit (spacecraft 50) without parity or packet start.
+Bytes unit(int vcid, long cnt) { return bare_unit(50, vcid, cnt, 2047, 0); }
 
 // Three VIRR lines; the second sync starts 10 bits before the end of the zone
 // of unit 29 and ends in unit 30.
@@ -45,21 +36,6 @@ struct Straddle {
     // Line length 436*8 + 204800 + 5 bits = 208293; 208293 mod 7056 = 3669,
     // so a lead of 3377 bits puts sync 1 at 30*7056 - 10.
     fw.stream(virr_stream(lines, 3377, 5));
-  }
-};
-
-// A FY-3 file opened for the record readers; closed and freed on destruction.
-struct Opened {
-  PICINFO* pic = pic_new();
-  std::unique_ptr<VIEWINFO> view = std::make_unique<VIEWINFO>();
-  explicit Opened(const std::string& path) {
-    pic->fp = std::fopen(path.c_str(), "rb");
-    pic->file_type = FT_FY3;
-  }
-  ~Opened() {
-    if (pic->fp) std::fclose(pic->fp);
-    pic->fp = nullptr;
-    pic_delete(pic);
   }
 };
 
@@ -163,15 +139,14 @@ TEST(Fy3Files, VirrLinesAndMersiDump) {
   Straddle s;
   std::string path = dir.file("fy3.dat");
   testutil::write_file(path, std::string(s.fw.out.begin(), s.fw.out.end()));
-  Opened o(path);
+  Opened o(path, FT_FY3);
   PICINFO* pic = o.pic;
-  ASSERT_EQ(read_qpsk_hdr(pic, o.view.get()), 0);
+  ASSERT_EQ(o.read_all(), 0);
   EXPECT_STREQ(pic->sat_name, "FY3-B");
   EXPECT_EQ(std::vector<int>(
                 {pic->nr_chan, pic->fri.header_len, pic->fri.bytes_per_line, pic->fri.inter_chan}),
             std::vector<int>({10, 1600, 25600, 10}));
   EXPECT_FLOAT_EQ(pic->max_sens_angle, 55.4f);
-  pic_set_lines(pic, read_qpsk_all(pic, o.view.get()));
   ASSERT_GE(pic->height, 2);
   XLINE* l1 = pic_line(pic, 1);
   ASSERT_NE(l1, nullptr);
@@ -195,12 +170,10 @@ TEST(Fy3Files, VirrLinesAndMersiDump) {
   char old[512];
   ASSERT_NE(getcwd(old, sizeof old), nullptr);
   ASSERT_EQ(chdir(dir.path().c_str()), 0);
-  Opened o2(p3d);
-  ASSERT_EQ(read_qpsk_hdr(o2.pic, o2.view.get()), 0);
+  Opened o2(p3d, FT_FY3);
+  ASSERT_EQ(o2.read_all(), 0);
   EXPECT_STREQ(o2.pic->sat_name, "FY3-D");
-  EXPECT_EQ(o2.pic->nr_chan, 25);
-  EXPECT_EQ(read_qpsk_all(o2.pic, o2.view.get()), nullptr);
-  EXPECT_EQ(o2.pic->height, 0);
+  EXPECT_TRUE(o2.pic->nr_chan == 25 && o2.pic->height == 0 && o2.pic->xline == nullptr);
   std::string dumped = testutil::read_file(dir.file("mersitest.bin"));
   ASSERT_EQ(chdir(old), 0);
   EXPECT_EQ(dumped.size(), 4u * 3000);  // the packets between syncs

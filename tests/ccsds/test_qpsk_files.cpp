@@ -12,8 +12,8 @@
 
 #include "cadu_builder.h"
 #include "ccsds/cadu.h"
-#include "ccsds/qpsk_files.h"
 #include "common/bytes.h"
+#include "qpsk_opened.h"
 #include "support/testutil.h"
 
 using namespace cadu_builder;
@@ -40,34 +40,9 @@ struct MetopData {
   }
 };
 
-// A picture and view opened on a file.
-struct Opened {
-  PICINFO* pic = pic_new();
-  VIEWINFO* view = new VIEWINFO();
-  Opened(const std::string& path, FILE_TYPE ft, int view_rs = 0) {
-    pic->fp = std::fopen(path.c_str(), "rb");
-    pic->file_type = ft;
-    view->reed_solomon = view_rs;
-  }
-  ~Opened() {
-    if (pic->fp) std::fclose(pic->fp);
-    pic->fp = nullptr;
-    pic_delete(pic);
-    delete view;
-  }
-  int read_all() {
-    int r = read_qpsk_hdr(pic, view);
-    if (r) return r;
-    pic_set_lines(pic, read_qpsk_all(pic, view));
-    return 0;
-  }
-};
-
 // The record header as the recorder writes it, followed by units.
 std::string record_file(const Bytes& units, int rs_flag, const char* kind = "metop") {
-  testutil::TempDir d;
-  std::string tmp = d.file("h");
-  FILE* fp = std::fopen(tmp.c_str(), "wb+");
+  FILE* fp = std::tmpfile();
   PICINFO* pic = pic_new();
   pic->reed_solomon = rs_flag;
   std::memcpy(pic->firmware, "FW01", 4);
@@ -94,25 +69,43 @@ std::string record_file(const Bytes& units, int rs_flag, const char* kind = "met
   return all;
 }
 
-// Line k (k >= 1) holds packet k-1's samples and packet k's header time.
+// Line k (k >= 1) holds packet k-1's samples and, in its header words,
+// packet k's APID, day of year and time with packet k-1's calibration words:
+// sync, APID, day of year, milliseconds (+640), ramp, targets, patch, 1, back
+// scan and space words.
 void expect_metop_lines(PICINFO* pic, const MetopData& m) {
   ASSERT_EQ(pic->height, kPackets);
   ASSERT_EQ(pic_line_count(pic), kPackets);
   for (int k = 1; k < kPackets; k++) {
     SCOPED_TRACE(k);
     XLINE* l = pic_line(pic, k);
-    ASSERT_NE(l, nullptr);
-    ASSERT_EQ(l->nrchan, 5);
-    ASSERT_EQ(l->width, 2048);
-    EXPECT_EQ(l->linenr, k);
+    ASSERT_TRUE(l && l->nrchan == 5 && l->width == 2048 && l->linenr == k);
+    const AvhrrScan &d = m.scans[size_t(k - 1)], &h = m.scans[size_t(k)];
+    std::vector<int> want = {644,
+                             367,
+                             860,
+                             413,
+                             527,
+                             149,
+                             h.apid & 0x79,
+                             0,
+                             255 * 2,  // 2025-09-12 is day 255
+                             int((h.msec >> 20) & 0x3FF) + 640,
+                             int((h.msec >> 10) & 0x3FF),
+                             int(h.msec & 0x3FF)};
+    for (int c = 0; c < 5; c++) want.push_back(d.ramp[c]);
+    for (int c = 2; c < 5; c++) want.push_back(d.target[c]);
+    want.push_back(d.patch[2]);
+    want.push_back(1);
+    for (int i = 0; i < 10; i++)
+      for (int c = 2; c < 5; c++) want.push_back(d.backscan[i][c]);
+    for (int i = 0; i < 10; i++)
+      for (int c = 0; c < 5; c++) want.push_back(d.space[i][c]);
+    EXPECT_EQ(std::vector<int>(l->line_hdr, l->line_hdr + 102), want);
     bool same = true;
     for (int i = 0; i < 2048 && same; i++)
-      for (int c = 0; c < 5; c++) same &= l->line[c][i] == m.scans[k - 1].earth[5 * i + c];
+      for (int c = 0; c < 5; c++) same &= l->line[c][i] == d.earth[5 * i + c];
     EXPECT_TRUE(same);
-    uint32_t ms = m.scans[k].msec;
-    EXPECT_EQ(l->line_hdr[8] >> 1, 255);  // 2025-09-12 is day 255
-    EXPECT_EQ(((l->line_hdr[9] << 20) & 0x7F00000) + (l->line_hdr[10] << 10) + l->line_hdr[11], ms);
-    EXPECT_EQ(l->line_hdr[12], m.scans[k - 1].ramp[0]);
   }
 }
 
@@ -122,26 +115,22 @@ TEST(QpskHeader, WriteAndReadBack) {
   MetopData m;
   std::string file = record_file(m.units, 0);
   const uint8_t* b = reinterpret_cast<const uint8_t*>(file.data());
-  EXPECT_EQ(std::memcmp(b,
-                        "\x1A\xCF\xFC\x1D"
-                        "METOPx",
-                        10),
-            0);
-  EXPECT_EQ(std::memcmp(b + 16, "Firmware=FW01", 13), 0);
-  // Month, year - 1900 and day of year at 30 + 2 x 4, 5 and 7; "RS=" at 106.
+  // Marker and identifier, firmware text at 16, "RS=" at 106.
+  EXPECT_EQ(file.substr(0, 10) + file.substr(16, 13) + file.substr(106, 3),
+            std::string("\x1A\xCF\xFC\x1DMETOPxFirmware=FW01RS="));
+  // Month, year - 1900 and day of year at 30 + 2 x 4, 5 and 7.
   EXPECT_EQ(std::vector<long>({b[29], pava::get_le16(b + 38), pava::get_le16(b + 40),
                                pava::get_le16(b + 44), long(pava::get_le32(b + 92)), b[109], b[111],
                                b[130]}),
             std::vector<long>({3, 8, 125, 254, 12345, 0, 1, 1}));
   EXPECT_NEAR(pava::get_lef(b + 68), 98.487, 0.01);  // inclination in degrees
-  EXPECT_EQ(std::memcmp(b + 106, "RS=", 3), 0);
   EXPECT_FLOAT_EQ(pava::get_lef(b + 131), -0.5f);
   for (int i : {14, 15, 48, 55, 96, 105, 110, 112, 129, 135, 1023}) EXPECT_EQ(b[i], 0) << i;
 
   testutil::TempDir d;
   testutil::write_file(d.file("m.dat"), file);
   Opened o(d.file("m.dat"), FT_METOP);
-  ASSERT_EQ(read_qpsk_hdr(o.pic, o.view), 0);
+  ASSERT_EQ(read_qpsk_hdr(o.pic, o.view.get()), 0);
   const PICINFO* p = o.pic;
   EXPECT_EQ(std::vector<long>({p->pic_strt, p->valid_time, p->picture_time.tm_year,
                                p->picture_time.tm_mday, p->kepler.epoch_rev, p->scan_ver, p->sat_id,
@@ -160,30 +149,23 @@ TEST(QpskHeader, WriteAndReadBack) {
   EXPECT_FALSE(qpsk_is_hdr_block(reinterpret_cast<const uint8_t*>(nf.data())));
 }
 
-// The acceptance file: a multi-packet Metop recording opens with the right
-// line count, times and samples, also with 16 symbol errors per codeword and
-// Reed-Solomon on.
+// The acceptance file: a multi-packet Metop recording with 16 symbol errors
+// per codeword opens with the right lines, times and samples when the view
+// asks for Reed-Solomon. Without correction, or recorded with correction on
+// (the reader does not correct again), the errors stay in the samples.
 TEST(QpskMetop, LinesTimesAndSamples) {
   MetopData m;
-  testutil::TempDir d;
-  testutil::write_file(d.file("clean.dat"), record_file(m.units, 0));
-  {
-    Opened o(d.file("clean.dat"), FT_METOP);
-    ASSERT_EQ(o.read_all(), 0);
-    expect_metop_lines(o.pic, m);
-  }
   Bytes bad = m.units;
   std::mt19937 rng(16);
   inject_errors(bad, 16, rng);
+  testutil::TempDir d;
   testutil::write_file(d.file("errors.dat"), record_file(bad, 0));
+  testutil::write_file(d.file("rs_on.dat"), record_file(bad, 1));
   {
     Opened o(d.file("errors.dat"), FT_METOP, 1);
     ASSERT_EQ(o.read_all(), 0);
     expect_metop_lines(o.pic, m);
   }
-  // Without correction, or recorded with correction on (the reader does not
-  // correct again), the errors stay in the samples.
-  testutil::write_file(d.file("rs_on.dat"), record_file(bad, 1));
   for (auto [file, rs] : {std::pair{"errors.dat", 0}, std::pair{"rs_on.dat", 1}}) {
     Opened o(d.file(file), FT_METOP, rs);
     ASSERT_EQ(o.read_all(), 0);
@@ -195,9 +177,9 @@ TEST(QpskMetop, LinesTimesAndSamples) {
   }
 }
 
-// The same recording through the program's own front door: detected and
-// opened by pava-cli info, samples read back with pava-cli line; with 16
-// symbol errors per codeword it needs --reed-solomon.
+// The same recording with 16 symbol errors per codeword through the
+// program's own front door: detected and opened by pava-cli info, samples
+// read back with pava-cli line, both with --reed-solomon.
 TEST(QpskMetop, OpensWithPavaCli) {
   const std::string cli = testutil::bin_path("pava-cli");
   if (access(cli.c_str(), X_OK) != 0) GTEST_SKIP() << "pava-cli not built";
@@ -206,28 +188,24 @@ TEST(QpskMetop, OpensWithPavaCli) {
   Bytes bad = m.units;
   std::mt19937 rng(161);
   inject_errors(bad, 16, rng);
-  testutil::write_file(d.file("clean.dat"), record_file(m.units, 0));
-  testutil::write_file(d.file("errors.dat"), record_file(bad, 0));
-  for (const char* name : {"clean.dat", "errors.dat"}) {
-    SCOPED_TRACE(name);
-    auto info = testutil::run({cli, "info", d.file(name), "--reed-solomon"});
-    ASSERT_EQ(info.status, 0) << info.err;
-    auto j = nlohmann::json::parse(info.out);
-    EXPECT_TRUE(j["file_type"] == "FT_METOP" && j["sat_name"] == "METOP-A" &&
-                j["height"] == kPackets)
-        << j;
-    for (int k = 1; k < kPackets; k++) {
-      auto ln = testutil::run({cli, "line", d.file(name), "--reed-solomon", "--line",
-                               std::to_string(k), "--channel", "2"});
-      ASSERT_EQ(ln.status, 0) << ln.err;
-      auto lj = nlohmann::json::parse(ln.out);
-      ASSERT_EQ(lj["samples"].size(), 2048u);
-      bool same = true;
-      for (int i = 0; i < 2048; i++)
-        same &= lj["samples"][size_t(i)] == m.scans[k - 1].earth[5 * i + 1];
-      EXPECT_TRUE(same) << "line " << k;
-      EXPECT_FALSE(lj["time"].is_null());
-    }
+  const std::string file = d.file("errors.dat");
+  testutil::write_file(file, record_file(bad, 0));
+  auto info = testutil::run({cli, "info", file, "--reed-solomon"});
+  ASSERT_EQ(info.status, 0) << info.err;
+  auto j = nlohmann::json::parse(info.out);
+  EXPECT_TRUE(j["file_type"] == "FT_METOP" && j["sat_name"] == "METOP-A" && j["height"] == kPackets)
+      << j;
+  for (int k = 1; k < kPackets; k++) {
+    auto ln = testutil::run(
+        {cli, "line", file, "--reed-solomon", "--line", std::to_string(k), "--channel", "2"});
+    ASSERT_EQ(ln.status, 0) << ln.err;
+    auto lj = nlohmann::json::parse(ln.out);
+    ASSERT_EQ(lj["samples"].size(), 2048u);
+    bool same = true;
+    for (int i = 0; i < 2048; i++)
+      same &= lj["samples"][size_t(i)] == m.scans[k - 1].earth[5 * i + 1];
+    EXPECT_TRUE(same) << "line " << k;
+    EXPECT_FALSE(lj["time"].is_null());
   }
 }
 
@@ -284,15 +262,13 @@ TEST(QpskStats, VcidStatistics) {
   fy.stream(Bytes(882 * 12, 0));
   Bytes all = m.units;
   all.insert(all.end(), fy.out.begin(), fy.out.begin() + 3 * 1024);
-  testutil::TempDir d;
-  testutil::write_file(d.file("s.dat"), std::string(all.begin(), all.end()));
-  FILE* fp = std::fopen(d.file("s.dat").c_str(), "rb");
-  FILE* out = std::tmpfile();
+  FILE *fp = std::tmpfile(), *out = std::tmpfile();
+  std::fwrite(all.data(), 1, all.size(), fp);
+  std::rewind(fp);
   EXPECT_EQ(ccsds_vcid_stats(fp, out, 0, CCSDS_DERAND_AUTO), 0);
   std::rewind(out);
-  char buf[4096] = {0};
-  size_t n = std::fread(buf, 1, sizeof buf - 1, out);
-  std::string text(buf, n);
+  std::string text(4096, '\0');
+  text.resize(std::fread(text.data(), 1, text.size(), out));
   int units = int(m.units.size() / 1024);
   char expect[256];
   std::snprintf(expect, sizeof expect,
@@ -321,7 +297,7 @@ TEST(QpskBadInput, TruncatedRandomAndGarbage) {
   testutil::write_file(d.file("tiny.dat"), std::string(600, '\x1A'));
   {
     Opened o(d.file("tiny.dat"), FT_METOP);
-    EXPECT_EQ(read_qpsk_hdr(o.pic, o.view), 'r');
+    EXPECT_EQ(read_qpsk_hdr(o.pic, o.view.get()), 'r');
   }
   // Header with garbage times and numbers.
   std::mt19937 rng(77);
@@ -354,8 +330,8 @@ TEST(QpskBadInput, TruncatedRandomAndGarbage) {
   }
   // Not a QPSK type.
   Opened o(d.file("rand.dat"), FT_HRPT);
-  EXPECT_EQ(read_qpsk_hdr(o.pic, o.view), 't');
-  EXPECT_EQ(read_qpsk_all(o.pic, o.view), nullptr);
+  EXPECT_EQ(read_qpsk_hdr(o.pic, o.view.get()), 't');
+  EXPECT_EQ(read_qpsk_all(o.pic, o.view.get()), nullptr);
 }
 
 // The real recordings through the AVHRR reader: Meteor LRPT (VCID 5) and the
@@ -382,6 +358,6 @@ TEST(QpskRealFiles, OtherChannelsGiveNoLines) {
   }
   Opened o(testutil::shared_path("testdata/ccsds/snpp_synchronized_cadus_2016-02-10.dat"),
            FT_QNOAA20);
-  ASSERT_EQ(read_qpsk_hdr(o.pic, o.view), 0);
+  ASSERT_EQ(read_qpsk_hdr(o.pic, o.view.get()), 0);
   EXPECT_EQ(o.pic->sat_id, 157);
 }

@@ -42,20 +42,16 @@ std::vector<std::pair<int, int>> clean(int n, int garbage_at = -1, int garbage_s
   return t;
 }
 
-TEST(CorrectTime, CleanRunIsTrusted) {
+// The result is the longest run of plausible times when it exceeds 5.
+TEST(CorrectTime, RunLength) {
+  EXPECT_EQ(correct_time(nullptr, 6), 0);
+  const int rows[][2] = {{1, 0}, {5, 0}, {6, 6}, {12, 12}};  // lines, result
+  for (auto [n, want] : rows) EXPECT_EQ(correct_time(Lines(clean(n)).head, 6), want) << n;
+  // valid counts the run ending at each line; clean times stay.
   Lines l(clean(12));
-  EXPECT_EQ(correct_time(l.head, 6), 12);
-  // valid counts the run ending at each line.
+  correct_time(l.head, 6);
   EXPECT_TRUE(l.v[11]->tm_ms.valid == 12 && l.v[5]->tm_ms.valid == 6);
   EXPECT_EQ(l.at(11), std::make_pair(11, 830));
-}
-
-TEST(CorrectTime, ShortRunIsNotTrusted) {
-  // Five plausible lines: 5 is not more than 5.
-  Lines l(clean(5));
-  EXPECT_EQ(correct_time(l.head, 6), 0);
-  Lines six(clean(6));
-  EXPECT_EQ(correct_time(six.head, 6), 6);
 }
 
 TEST(CorrectTime, CorruptLineTakesAnchorTimePlusDistance) {
@@ -107,18 +103,12 @@ TEST(CorrectTime, LinesBeforeFirstAnchorCountBackInWholeSeconds) {
 }
 
 TEST(CorrectTime, LinesPerSecondZeroMeansSix) {
-  Lines a(clean(14, 8, -3600)), b(clean(14, 8, -3600));
-  EXPECT_EQ(correct_time(a.head, 0), correct_time(b.head, 6));
-  EXPECT_EQ(a.ms(8), b.ms(8));
-  // Two lines a second: a 500 ms step.
-  Lines c(clean(14, 8, -3600));
-  correct_time(c.head, 2);
-  EXPECT_EQ(c.ms(8), 166 + 500);
-}
-
-TEST(CorrectTime, EmptyListAndSingleLine) {
-  EXPECT_EQ(correct_time(nullptr, 6), 0);
-  EXPECT_EQ(correct_time(Lines(clean(1)).head, 6), 0);
+  // Line 8 of the corrupt-line case: 332 ms at six lines a second, 500 ms steps at two.
+  for (auto [r, ms] : {std::pair{0, 332}, std::pair{2, 166 + 500}}) {
+    Lines l(clean(14, 8, -3600));
+    EXPECT_EQ(correct_time(l.head, r), 8);
+    EXPECT_EQ(l.ms(8), ms) << r;
+  }
 }
 
 }  // namespace

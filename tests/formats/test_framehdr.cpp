@@ -83,13 +83,10 @@ TEST(FrameHeader, DecodeHrptWords) {
 TEST(FrameHeader, AddressByFileType) {
   std::vector<uint16_t> w(16, 0);
   w[4] = 0x3C, w[5] = 0x2 << 6, w[6] = uint16_t((12 << 6) | (7 << 3));
-  EXPECT_EQ(frm2id(w.data(), FT_HRPT), 7);
-  EXPECT_EQ(frm2id(w.data(), FT_CHRPT), 192);  // (12 * 16) & 255
-  EXPECT_EQ(frm2id(w.data(), FT_MHRPT1), 257);
-  EXPECT_EQ(frm2id(w.data(), FT_MHRPT2), 258);
-  EXPECT_EQ(frm2id(w.data(), FT_METOP), ((0x3C * 4) & 255) + 2);
-  EXPECT_EQ(frm2id(w.data(), FT_FY3), ((0x3C * 4) & 255) + 2);
-  EXPECT_EQ(frm2id(w.data(), FT_HPT), 0);
+  const int types[] = {FT_HRPT, FT_CHRPT, FT_MHRPT1, FT_MHRPT2, FT_METOP, FT_FY3, FT_HPT};
+  // HRPT address; CHRPT (12 * 16) & 255; Meteor fixed; CCSDS ((0x3C * 4) & 255) + 2; HPT none.
+  const int want[] = {7, 192, 257, 258, 242, 242, 0};
+  for (int i = 0; i < 7; i++) EXPECT_EQ(frm2id(w.data(), types[i]), want[i]) << types[i];
 }
 
 TEST(FrameHeader, SatelliteNames) {

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "format_samples.h"
-#include "formats/hptfile.h"
 #include "formats/meteor.h"
 #include "open_helper.h"
 #include "support/testutil.h"
@@ -104,23 +103,6 @@ TEST(MeteorMhrpt2, OnePositionFailsTheSearch) {
   EXPECT_FALSE(search_msu(RawPic(p, FT_MHRPT2).pic->fp));
   OpenedPic o;
   EXPECT_EQ(o.open(p), 'p');
-}
-
-TEST(MeteorMhrpt2, ZoneUnpackingAcrossPieces) {
-  // Five bytes split over two pieces still make one group.
-  uint16_t w4[4] = {1, 1023, 512, 7};
-  uint8_t b[5];
-  uint8_t frame[1024] = {0};
-  std::vector<uint16_t> words(6 * 8, 0);
-  // Group 0 = channel 0, pixels 0-3: bytes 0-2 in one piece, 3-4 in the next.
-  hpt_pack(w4, b);
-  std::memcpy(frame + 22, b, 3);
-  std::memcpy(frame + 278, b + 3, 2);
-  MSU_UNPACK st{};
-  msu2line(frame, 22, 3, 0, words.data(), int(words.size()), &st);
-  EXPECT_EQ(words[0], 0);
-  msu2line(frame, 278, 2, 1, words.data(), int(words.size()), &st);
-  for (int j = 0; j < 4; j++) EXPECT_EQ(words[size_t(j * 6)], w4[j]) << j;
 }
 
 TEST(MeteorDump, OneBytePerWordWithBitFourOfWordThree) {

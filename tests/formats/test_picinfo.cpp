@@ -31,11 +31,4 @@ TEST(Xline, ListIndexAndRemoval) {
   pic_delete(pic);
 }
 
-TEST(Xline, AllocLines) {
-  double** l = alloc_lines(16, 3);
-  ASSERT_NE(l, nullptr);
-  EXPECT_EQ(l[2][15], 0.0);
-  free_lines(l, 3);
-}
-
 }  // namespace
