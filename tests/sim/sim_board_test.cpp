@@ -1,8 +1,7 @@
-// Synthetic passes with bit errors at 1e-4 streamed by the board emulator and
-// taken in through the USB link as the recorder does (usb_get_hrpt_frame),
-// written as a recording and opened: after Reed-Solomon the CCSDS pictures
-// equal the clean pass; an HRPT picture has no more damage than the errors
-// explain.
+// Synthetic passes with bit errors at 1e-4 streamed by the board emulator,
+// taken in through the USB link and written as the recorder does, then opened:
+// after Reed-Solomon the CCSDS pictures equal the clean pass; an HRPT picture
+// has no more damage than the errors explain.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -94,10 +93,7 @@ TEST_F(SimBoard, CcsdsPassWithErrorsEqualsCleanAfterReedSolomon) {
                       rec_path = dir.file("rec");
     synth(row.format, row.sat, 0, clean);
     synth(row.format, row.sat, 1e-4, noisy);
-    // A fresh board for each pass.
-    emu = std::make_unique<BOARDEMU>();
-    emu->timeout_scale = 0.001;
-    boardemu_attach(emu.get());
+    fresh_board();
     ASSERT_EQ(boardemu_load_cadu(emu.get(), noisy.c_str(), QPSK_HDR_LEN), 0);
     const size_t units = emu->frames.size() / CADU_LEN;
     start_stream(row.mode, row.type, CADU_LEN);
@@ -116,9 +112,6 @@ TEST_F(SimBoard, CcsdsPassWithErrorsEqualsCleanAfterReedSolomon) {
     }
     w->fp = nullptr;
     std::fclose(out);
-    usb_close_connect(&rec->usb);
-    usb_unpacker_reset();
-
     PicPtr a = open_pic(clean, false), raw = open_pic(rec_path, false),
            fixed = open_pic(rec_path, true);
     ASSERT_EQ(pic_line_count(a.get()), 180);
