@@ -11,12 +11,6 @@
 
 namespace {
 
-USB_UNPACKER fresh(int mode) {
-  USB_UNPACKER u{};
-  u.mode = mode;
-  return u;
-}
-
 // Feeds bytes; returns the words completed.
 std::vector<int> feed(USB_UNPACKER* u, const std::vector<uint8_t>& bytes, int iqtest = 0) {
   std::vector<int> words;
@@ -25,6 +19,12 @@ std::vector<int> feed(USB_UNPACKER* u, const std::vector<uint8_t>& bytes, int iq
     if (usb_unpack_byte(u, b, iqtest, &w)) words.push_back(w);
   }
   return words;
+}
+// The same from a fresh unpacker in mode.
+std::vector<int> unpack(int mode, const std::vector<uint8_t>& bytes, int iqtest = 0) {
+  USB_UNPACKER u{};
+  u.mode = mode;
+  return feed(&u, bytes, iqtest);
 }
 
 const uint8_t kAsm[4] = {0x1A, 0xCF, 0xFC, 0x1D};
@@ -52,17 +52,15 @@ TEST(UsbUnpack, Mode2TwoBytesPerWord) {
       {0x40, 0xF0, 0xC00, "bit 6 of both bytes is unused"},
   };
   for (const Row& r : rows) {
-    USB_UNPACKER u = fresh(2);
-    auto w = feed(&u, {r.b1, r.b2});
+    auto w = unpack(2, {r.b1, r.b2});
     ASSERT_EQ(w.size(), 1u) << r.what;
     EXPECT_EQ(w[0], r.word) << r.what;
   }
 }
 
 TEST(UsbUnpack, Mode0MarkerSearch) {
-  USB_UNPACKER u = fresh(0);
   auto s = cadu_stream(3);
-  auto w = feed(&u, s);
+  auto w = unpack(0, s);
   ASSERT_EQ(w.size(), s.size());
   // Output lags three bytes: the marker's first byte leaves with its detection.
   EXPECT_EQ(w[3], 0x1A | USBW_START | USBW_INSYNC);
@@ -79,10 +77,9 @@ TEST(UsbUnpack, Mode0MarkerSearch) {
 }
 
 TEST(UsbUnpack, Mode0MissingMarkerDropsSyncAtOnce) {
-  USB_UNPACKER u = fresh(0);
   auto s = cadu_stream(2);
   s[1024 + 3] ^= 0xFF;  // second marker damaged
-  auto w = feed(&u, s);
+  auto w = unpack(0, s);
   EXPECT_NE(w[1026] & USBW_INSYNC, 0);  // last byte of frame 1 still in sync
   // Position 3 of frame 2 still carries the frame start, but sync is gone.
   EXPECT_EQ(w[1027], 0x1A | USBW_START);
@@ -91,32 +88,30 @@ TEST(UsbUnpack, Mode0MissingMarkerDropsSyncAtOnce) {
 
 TEST(UsbUnpack, Mode0MarkerElsewhereIgnoredInSyncTakenOutOfSync) {
   // In sync: a marker in the middle of a frame changes nothing.
-  USB_UNPACKER u = fresh(0);
   auto s = cadu_stream(2);
   std::memcpy(&s[500], kAsm, 4);
-  auto w = feed(&u, s);
+  auto w = unpack(0, s);
   EXPECT_EQ(w[503] & USBW_START, 0);
   EXPECT_NE(w[503] & USBW_INSYNC, 0);
   EXPECT_EQ(w[1027], 0x1A | USBW_START | USBW_INSYNC);
   // Out of sync: a marker anywhere synchronises on it.
-  USB_UNPACKER v = fresh(0);
   std::vector<uint8_t> t(777, 0x33);
   auto c = cadu_stream(1);
   t.insert(t.end(), c.begin(), c.end());
-  auto x = feed(&v, t);
+  auto x = unpack(0, t);
   EXPECT_EQ(x[777 + 3], 0x1A | USBW_START | USBW_INSYNC);
   for (int i = 0; i < 777 + 3; i++) EXPECT_EQ(x[i] & USBW_INSYNC, 0) << i;
 }
 
 TEST(UsbUnpack, Mode0IqTestPassesBytesThroughInSync) {
-  USB_UNPACKER u = fresh(0);
-  auto w = feed(&u, {0x01, 0x1A, 0xCF, 0xFC, 0x1D}, 1);
+  auto w = unpack(0, {0x01, 0x1A, 0xCF, 0xFC, 0x1D}, 1);
   ASSERT_EQ(w.size(), 5u);
   EXPECT_TRUE(w[0] == 0x01 + 2048 && w[4] == 0x1D + 2048);  // no marker search
 }
 
 TEST(UsbUnpack, Mode4AllMarkersClearMeansOutOfSync) {
-  USB_UNPACKER u = fresh(4);
+  USB_UNPACKER u{};
+  u.mode = 4;
   u.grp_cnt = 3;
   // Bit 7 clear everywhere: every byte starts a group, the counter runs down
   // to 0 and nothing reaches the in-sync level.
@@ -136,7 +131,8 @@ TEST(UsbUnpack, Mode4AllMarkersClearMeansOutOfSync) {
   EXPECT_EQ(w.size(), 50u);
   for (int x : w) EXPECT_EQ(x & USBW_INSYNC, 0);
   // Continuations only: the counter saturates at 3.
-  u = fresh(4);
+  u = USB_UNPACKER{};
+  u.mode = 4;
   feed(&u, std::vector<uint8_t>(20, 0x80));
   EXPECT_TRUE(u.grp_cnt == 3 && u.grp_idx == 20 % 4);
 }
@@ -151,8 +147,7 @@ TEST(UsbUnpack, FileTestSourceCodesLikeMode4) {
   while ((c = getbyte_file(dir.file("src.bin").c_str())) >= 0) codes.push_back(uint8_t(c));
   getbyte_file(nullptr);
   ASSERT_EQ(codes.size(), data.size() / 3 * 4);
-  USB_UNPACKER u = fresh(4);
-  auto w = feed(&u, codes);
+  auto w = unpack(4, codes);
   ASSERT_EQ(w.size(), data.size());
   for (size_t i = 0; i < w.size(); i++) {
     EXPECT_EQ(w[i] & 0xFF, uint8_t(data[i])) << i;
