@@ -85,12 +85,11 @@ TEST(EthLink, LinesArriveAndAreSplit) {
   ASSERT_GT(c, 0);
 
   // What the tracker sends arrives as one line.
-  char cmd[100];
-  std::snprintf(cmd, sizeof cmd, "gotopos=%d,%.1f,%.1f\n", 1, 123.46, 45.04);
-  EXPECT_EQ(write_eth(s, cmd, std::strlen(cmd)), long(std::strlen(cmd)));
+  const char cmd[] = "gotopos=1,123.5,45.0\n";
+  EXPECT_EQ(write_eth(s, cmd, sizeof cmd - 1), long(sizeof cmd - 1));
   char got[100] = {};
   ASSERT_GT(read(c, got, sizeof got - 1), 0);
-  EXPECT_STREQ(got, "gotopos=1,123.5,45.0\n");
+  EXPECT_STREQ(got, cmd);
 
   // Two lines in one read: two calls, the second without new data.
   const char two[] = "first\nsecond\n";
