@@ -71,6 +71,14 @@ class BoardTest : public ::testing::Test {
     boardemu_attach(nullptr);
     usb_unpacker_reset();
   }
+  // A new board in place of the current one, the link closed.
+  void fresh_board() {
+    usb_close_connect(&rec->usb);
+    usb_unpacker_reset();
+    emu = std::make_unique<BOARDEMU>();
+    emu->timeout_scale = 0.001;
+    boardemu_attach(emu.get());
+  }
   // Opens the link and selects a board mode (register 1) and the data stream.
   void start_stream(int code, SAT_TYPE sat, int words_per_frame) {
     rec->sat_type = sat;

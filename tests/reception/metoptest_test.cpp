@@ -38,7 +38,6 @@ TEST_F(BoardTest, MetopTestCountsVirtualChannels) {
       emu->frames.insert(emu->frames.end(), f.begin(), f.end());
     }
     emu->words_per_frame = METOPTEST_FRAME;
-    usb_unpacker_reset();
     ASSERT_EQ(usb_init_connect(&rec->usb), 0);
     ASSERT_EQ(metoptest_prepare(rec.get()), 0);
     EXPECT_EQ(rec->sat_type, METOP);
@@ -56,8 +55,6 @@ TEST_F(BoardTest, MetopTestCountsVirtualChannels) {
     EXPECT_STREQ(text, "VC9:4 VC10:2 VC34:1 VC63:1");  // busiest first, ties by number
     metoptest_vcid_text(&st, text, 14);
     EXPECT_STREQ(text, "VC9:4 VC10:2");  // no half entry when the room ends
-    dis_dat(&rec->usb);
-    usb_close_connect(&rec->usb);
   }
 }
 

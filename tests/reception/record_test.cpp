@@ -2,12 +2,14 @@
 // texts, satellite identification, live-line pacing, abort, record file.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "app/ui_ops.h"
+#include "common/text.h"
 #include "config/prefs.h"
 #include "formats/hrptfile.h"
 #include "formats/openfile.h"
@@ -36,14 +38,9 @@ int scripted(uint16_t* frame, RECORDINFO* rdi) {
 void on_entry(const char*, const char* name, const char* text) {
   g_entries.emplace_back(name, text);
 }
-void on_led(const char*, const char*, int) {}
-void no_drain() {}
 
-struct Live {
-  int lines = 0;
-};
-void count_line(void* d, const uint16_t*, int, int, const PICINFO*) {
-  static_cast<Live*>(d)->lines++;
+void count_line(void* lines, const uint16_t*, int, int, const PICINFO*) {
+  ++*static_cast<int*>(lines);
 }
 
 class RecordTest : public ::testing::Test {
@@ -59,30 +56,24 @@ class RecordTest : public ::testing::Test {
     rec->file_type = FT_HRPT;
     for (int k = 0; k <= 5; k++) rec->channels_recording[k] = 1;
     rec->sh_recchan = 1;
-    pava_copy(rec->work_location, dir.path());
-    pava_copy(rec->file_hrptbase, "hrpt");
-    pava_copy(rec->file_hrptext, "hrpt");
+    pava::copy_text(rec->work_location, dir.path());
+    pava::copy_text(rec->file_hrptbase, "hrpt");
+    pava::copy_text(rec->file_hrptext, "hrpt");
     g_script = Script{};
     g_entries.clear();
     UI_OPS ops{};
     ops.set_entry = on_entry;
-    ops.set_led = on_led;
-    ops.drain_events = no_drain;
     ui_install(&ops);
     rec_set_frame_source(scripted);
     ctx.data = &live;
     ctx.show_line = count_line;
     ctx.on_pass = [](void*, const REC_RESULT* r) { g_last = *r; };
-    pava_copy(prefs.file_hrptbase, "hrpt");
+    pava::copy_text(prefs.file_hrptbase, "hrpt");
   }
   void TearDown() override {
     rec_set_frame_source(nullptr);
     ui_install(nullptr);
     pic_delete(pic);
-  }
-  template <size_t N>
-  static void pava_copy(char (&dst)[N], const std::string& s) {
-    std::snprintf(dst, N, "%s", s.c_str());
   }
   REC_RESULT run(int max_frames) {
     ctx.max_frames = max_frames;
@@ -102,7 +93,7 @@ class RecordTest : public ::testing::Test {
   std::unique_ptr<RECORDINFO> rec;
   std::unique_ptr<VIEWINFO> view;
   PICINFO* pic = nullptr;
-  Live live;
+  int live = 0;  // lines drawn
   REC_CONTEXT ctx{};
 };
 REC_RESULT RecordTest::g_last;
@@ -191,15 +182,9 @@ TEST_F(RecordTest, ShowSkipyZeroIsOne) {
     rec->recording = 1;
     rec->show_skipy = r[0];
     g_script = Script{{1}, {}};
-    int drawn = 0;
-    ctx.on_frame = nullptr;
-    ctx.show_line = count_line;
-    ctx.on_pass = nullptr;
-    live = Live{};
-    ctx.max_frames = 20;
-    Recordpp_Hrpt(&ctx, rec.get(), pic, view.get());
-    drawn = live.lines;
-    EXPECT_EQ(drawn, r[1]) << "show_skipy " << r[0];
+    live = 0;
+    run(20);
+    EXPECT_EQ(live, r[1]) << "show_skipy " << r[0];
   }
 }
 
@@ -212,9 +197,9 @@ TEST_F(RecordTest, AbortFromTracker) {
   EXPECT_EQ(res.stop, REC_STOP_ABORT);
   EXPECT_EQ(res.frames, 7);
   EXPECT_EQ(rec->abort, 0);
-  bool shown = false;
-  for (auto& e : g_entries) shown = shown || e.second == "Aborted by tracker.";
-  EXPECT_TRUE(shown);
+  EXPECT_NE(std::find_if(g_entries.begin(), g_entries.end(),
+                         [](auto& e) { return e.second == "Aborted by tracker."; }),
+            g_entries.end());
 }
 
 TEST_F(RecordTest, NoChannelsAndUnknownType) {
@@ -291,10 +276,6 @@ TEST(RecordHelpers, MtpSimAndAquaDump) {
   EXPECT_EQ(uint8_t(b[1000]), 1000 & 255);
   pic_delete(pic);
 }
-
-}  // namespace
-
-namespace {
 
 TEST(RecorderPanel, AbortRefusedWhileInSync) {
   RECORDINFO rec{};

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstddef>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -11,23 +10,34 @@
 #include "reception/board_fixture.h"
 #include "support/testutil.h"
 
-using boardtest::BoardTest;
-
 namespace {
 
 const char* kHrpt = "testdata/hrpt/noaa18_hrpt_2012-01-30_30frames.raw16be";
 const char* kCadu = "testdata/ccsds/snpp_synchronized_cadus_2016-02-10.dat";
 constexpr int kHrptWords = 11090;
 
-std::vector<uint16_t> frame_of(const BOARDEMU& e, size_t k) {
-  size_t w = size_t(e.words_per_frame);
-  return std::vector<uint16_t>(e.frames.begin() + long(k * w),
-                               e.frames.begin() + long((k + 1) * w));
-}
+class Link : public boardtest::BoardTest {
+ protected:
+  // The HRPT source loaded; the link opened in HRPT mode with frames of `words`.
+  void hrpt(int words = kHrptWords) {
+    ASSERT_EQ(boardemu_load_raw16be(emu.get(), testutil::shared_path(kHrpt).c_str()), 0);
+    start_stream(0, HRPT, words);
+  }
+  // Piece k of the source's words, by default its frame k.
+  std::vector<uint16_t> frame_of(size_t k, int words = 0) const {
+    if (!words) words = emu->words_per_frame;
+    auto at = emu->frames.begin() + long(k) * words;
+    return std::vector<uint16_t>(at, at + words);
+  }
+  // Stream words taken by the link so far.
+  long consumed() const {
+    return emu->streamed / 2 - (usb_unpacker().nbuf - usb_unpacker().pos) / 2;
+  }
+};
 
 // ---- Device handling ----
 
-TEST_F(BoardTest, ListAndOpenFirstDevice) {
+TEST_F(Link, ListAndOpenFirstDevice) {
   FT_DEVICE_LIST_INFO_NODE* list = nullptr;
   EXPECT_EQ(usb_list_ndevs(&list), 1);
   ASSERT_NE(list, nullptr);
@@ -44,9 +54,7 @@ TEST_F(BoardTest, ListAndOpenFirstDevice) {
   usb_close_connect(&rec->usb);
   EXPECT_EQ(rec->usb.ftHandle, nullptr);
   EXPECT_EQ(emu->log.closes, 1);
-}
-
-TEST_F(BoardTest, OpenBySerialNumber) {
+  // By serial number: only the board that has it.
   rec->usb.usb_use_id = 1;
   std::strcpy(rec->usb.usbport_id, "OTHER");
   EXPECT_EQ(usb_init_connect(&rec->usb), -1);
@@ -55,7 +63,7 @@ TEST_F(BoardTest, OpenBySerialNumber) {
   EXPECT_EQ(usb_init_connect(&rec->usb), 0);
 }
 
-TEST_F(BoardTest, NoDeviceKeepsLastSerialAndFailsToOpen) {
+TEST_F(Link, NoDeviceKeepsLastSerialAndFailsToOpen) {
   const char* s = usb_list_devs();
   emu->present = false;
   FT_DEVICE_LIST_INFO_NODE* list = reinterpret_cast<FT_DEVICE_LIST_INFO_NODE*>(1);
@@ -73,29 +81,26 @@ TEST_F(BoardTest, NoDeviceKeepsLastSerialAndFailsToOpen) {
   EXPECT_EQ(rec->force_recstart, 0);
 }
 
-TEST_F(BoardTest, ConnectErrorText) {
+// Without a serial number the text ends in "USB "; batch mode (standard error)
+// is checked by the command-line tests.
+TEST_F(Link, ConnectErrorText) {
   char text[100];
-  // No serial number configured: the text ends in "USB " and nothing else.
   usb_connect_error_text(&rec->usb, text, sizeof text);
   EXPECT_STREQ(text, "Can't connect to decoder via USB ");
   rec->usb.usb_use_id = 1;
   std::strcpy(rec->usb.usbport_id, "FT12AB");
-  usb_connect_error_text(&rec->usb, text, sizeof text);
-  EXPECT_STREQ(text, "Can't connect to decoder via USB FT12AB");
-  // Window: an "Error" dialog; batch: standard error with "\n." after it.
-  usb_report_connect_error(rec.get());
-  ASSERT_EQ(boardtest::messages().size(), 1u);
-  EXPECT_EQ(boardtest::messages()[0], "Error|Can't connect to decoder via USB FT12AB");
-  rec->batch_mode = 1;
-  testing::internal::CaptureStderr();
-  usb_report_connect_error(rec.get());
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "Can't connect to decoder via USB FT12AB\n.");
+  usb_report_connect_error(rec.get());  // window: an "Error" dialog
+  EXPECT_EQ(boardtest::messages(),
+            std::vector<std::string>{"Error|Can't connect to decoder via USB FT12AB"});
 }
 
 // ---- Register protocol ----
 
-TEST_F(BoardTest, RegisterWireBytes) {
-  ASSERT_EQ(usb_init_connect(&rec->usb), 0);
+TEST_F(Link, RegisterWireBytes) {
+  // Not yet open: opened with a 100 ms wait, then no more waits.
+  EXPECT_EQ(usb_write_reg(&rec->usb, 20, 5), 0);
+  EXPECT_EQ(usb_write_reg(&rec->usb, 21, 6), 0);
+  EXPECT_EQ(boardtest::sleeps(), std::vector<long>{100000});
   emu->regs[7] = 0x11;
   // Register 70 is register 6 (a firmware byte): reg % 64 on reads, reg & 63
   // on writes.
@@ -104,31 +109,17 @@ TEST_F(BoardTest, RegisterWireBytes) {
   EXPECT_EQ(usb_write(&rec->usb, 70, 0x33), 0);
   EXPECT_EQ(emu->log.reg_writes.back(), std::make_pair(6, 0x33));
   EXPECT_TRUE(emu->regs[6] == 0x33 && emu->regs[7] == 0x11);
-}
-
-TEST_F(BoardTest, FreshOpenWaits100ms) {
-  EXPECT_EQ(usb_write_reg(&rec->usb, 20, 5), 0);
-  EXPECT_EQ(boardtest::sleeps(), std::vector<long>{100000});
-  boardtest::sleeps().clear();
-  EXPECT_EQ(usb_write_reg(&rec->usb, 21, 6), 0);  // already open: no wait
-  EXPECT_TRUE(boardtest::sleeps().empty());
-}
-
-TEST_F(BoardTest, DataOnOffAndFastMode) {
-  struct Row {
-    int fast;
-    int on, off;
-  } rows[] = {{0, 0, 1}, {1, 2, 3}};
-  for (const Row& r : rows) {
-    rec->usb.fast_ftd = r.fast;
+  // Register 0: data on/off, fast mode.
+  for (int fast : {0, 1}) {
+    rec->usb.fast_ftd = fast;
     ena_dat(&rec->usb);
-    EXPECT_EQ(emu->regs[0], r.on);
+    EXPECT_EQ(emu->regs[0], 2 * fast);
     dis_dat(&rec->usb);
-    EXPECT_EQ(emu->regs[0], r.off);
+    EXPECT_EQ(emu->regs[0], 2 * fast + 1);
   }
 }
 
-TEST_F(BoardTest, FirmwareAndSatelliteMode) {
+TEST_F(Link, FirmwareAndSatelliteMode) {
   PICINFO pci{};
   std::memset(pci.firmware, 0x7F, sizeof pci.firmware);
   EXPECT_EQ(get_hwswinfo(rec.get(), &pci), 0);
@@ -170,101 +161,89 @@ TEST(SatModes, NamesCodesAndReadBack) {
 
 // ---- Frames ----
 
-TEST_F(BoardTest, HrptFramesEqualTheSource) {
-  ASSERT_EQ(boardemu_load_raw16be(emu.get(), testutil::shared_path(kHrpt).c_str()), 0);
-  ASSERT_EQ(emu->frames.size(), 30u * kHrptWords);
-  start_stream(0, HRPT, kHrptWords);
-  std::vector<uint16_t> frame(kHrptWords);
-  for (size_t k = 0; k < 30; k++) {
-    ASSERT_EQ(usb_get_hrpt_frame(frame.data(), rec.get()), 1) << k;
-    ASSERT_EQ(frame, frame_of(*emu, k)) << "frame " << k;
+// Each packing streams frames equal to the source (from the first frame on;
+// raw bytes are synchronised by the host), flags the lost ones with status 2
+// and takes up the frames after them again.
+TEST_F(Link, FramesAndSyncLossInEveryPacking) {
+  struct Row {
+    int code;
+    SAT_TYPE sat;
+    int fast;
+    int packing;  // the board's choice
+    int vitsync;  // Viterbi lock seen by the sync wait
+    const char* what;
+  } rows[] = {
+      {0, HRPT, 0, 2, 0, "two-byte HRPT words"},
+      {4, METOP, 0, 4, 0, "six-bit groups: the marker counter runs down"},
+      {4, METOP, 1, 2, 1, "fast mode, two-byte words: the board's in-sync bit, lock bit masked"},
+      {6, FY3D, 0, 0, 0, "raw bytes: the host misses the marker"},
+  };
+  for (const Row& r : rows) {
+    fresh_board();
+    if (r.sat == HRPT)
+      ASSERT_EQ(boardemu_load_raw16be(emu.get(), testutil::shared_path(kHrpt).c_str()), 0);
+    else
+      ASSERT_EQ(boardemu_load_cadu(emu.get(), testutil::shared_path(kCadu).c_str()), 0);
+    if (r.sat == FY3D) emu->packing = 0;
+    rec->usb.fast_ftd = r.fast;
+    rec->vitsync = 0;
+    emu->sync_loss_from = 4;
+    emu->sync_loss_frames = 3;
+    const int words = r.sat == HRPT ? kHrptWords : 1024;
+    start_stream(r.code, r.sat, words);
+    EXPECT_EQ(boardemu_packing(emu.get()), r.packing) << r.what;
+    std::vector<uint16_t> frame(size_t(words), 0);
+    std::vector<int> status;
+    for (size_t k = 0; k < 10; k++) {
+      status.push_back(usb_get_hrpt_frame(frame.data(), rec.get()));
+      if (status.back() == 1) {
+        EXPECT_EQ(frame, frame_of(k)) << r.what << " frame " << k;
+      }
+    }
+    EXPECT_EQ(status, (std::vector<int>{1, 1, 1, 1, 2, 2, 2, 1, 1, 1})) << r.what;
+    EXPECT_EQ(usb_wait_for_insync(rec.get(), 0), 1);
+    EXPECT_TRUE(rec->vitsync == r.vitsync && rec->inv_dat == 0) << r.what;
   }
 }
 
-TEST_F(BoardTest, MetopModeFourFramesEqualTheSource) {
-  ASSERT_EQ(boardemu_load_cadu(emu.get(), testutil::shared_path(kCadu).c_str()), 0);
-  start_stream(4, METOP, 1024);
-  EXPECT_EQ(boardemu_packing(emu.get()), 4);
-  std::vector<uint16_t> frame(1024);
-  for (size_t k = 0; k < 65; k++) {
-    ASSERT_EQ(usb_get_hrpt_frame(frame.data(), rec.get()), 1) << k;
-    ASSERT_EQ(frame, frame_of(*emu, k)) << "frame " << k;
-  }
-}
-
-TEST_F(BoardTest, FastMetopUsesTwoByteWordsWithViterbiLock) {
-  ASSERT_EQ(boardemu_load_cadu(emu.get(), testutil::shared_path(kCadu).c_str()), 0);
-  rec->usb.fast_ftd = 1;
-  start_stream(4, METOP, 1024);
-  EXPECT_EQ(boardemu_packing(emu.get()), 2);
-  std::vector<uint16_t> frame(1024);
-  ASSERT_EQ(usb_get_hrpt_frame(frame.data(), rec.get()), 1);
-  EXPECT_EQ(frame, frame_of(*emu, 0));  // bytes: the lock bit is masked off
-  EXPECT_EQ(usb_wait_for_insync(rec.get(), 0), 1);
-  EXPECT_TRUE(rec->vitsync == 1 && rec->inv_dat == 0);
-}
-
-TEST_F(BoardTest, Fy3dRawBytesSynchronisedByTheHost) {
-  ASSERT_EQ(boardemu_load_cadu(emu.get(), testutil::shared_path(kCadu).c_str()), 0);
-  emu->packing = 0;
-  start_stream(6, FY3D, 1024);
-  std::vector<uint16_t> frame(1024);
-  for (size_t k = 0; k < 10; k++) {
-    // The marker search lags three bytes and needs the first marker: frames
-    // come out whole from the first one on.
-    ASSERT_EQ(usb_get_hrpt_frame(frame.data(), rec.get()), 1) << k;
-    ASSERT_EQ(frame, frame_of(*emu, k)) << "frame " << k;
-  }
-}
-
-TEST_F(BoardTest, IgnoreSyncFillsWithoutAlignment) {
-  ASSERT_EQ(boardemu_load_raw16be(emu.get(), testutil::shared_path(kHrpt).c_str()), 0);
-  start_stream(0, HRPT, 1000);
+TEST_F(Link, IgnoreSyncFillsWithoutAlignment) {
+  hrpt(1000);
   rec->ignore_sync = 1;
   std::vector<uint16_t> frame(1000);
   for (size_t k = 0; k < 3; k++) {
     usb_get_hrpt_frame(frame.data(), rec.get());
-    std::vector<uint16_t> want(emu->frames.begin() + long(k * 1000),
-                               emu->frames.begin() + long((k + 1) * 1000));
-    ASSERT_EQ(frame, want) << k;  // consecutive 1000-word pieces, no alignment
+    ASSERT_EQ(frame, frame_of(k, 1000)) << k;  // consecutive pieces, no alignment
   }
   EXPECT_EQ(usb_wait_for_insync(rec.get(), 1000), 1);  // no wait at all
 }
 
-TEST_F(BoardTest, IqTestNeverWaitsForAFrameStart) {
+TEST_F(Link, IqTestNeverWaitsForAFrameStart) {
   std::vector<uint8_t> raw(4096);
   for (size_t i = 0; i < raw.size(); i++) raw[i] = uint8_t(i * 3);
   emu->raw = raw;
   start_stream(7, IQTEST, 500);
   std::vector<uint16_t> frame(500);
   EXPECT_EQ(usb_get_hrpt_frame(frame.data(), rec.get()), 1);
-  for (size_t i = 0; i < 500; i++) ASSERT_EQ(frame[i], raw[i]) << i;
+  EXPECT_EQ(frame, std::vector<uint16_t>(raw.begin(), raw.begin() + 500));
 }
 
-TEST_F(BoardTest, AlignsOnFrameStartAfterJoiningMidFrame) {
-  ASSERT_EQ(boardemu_load_raw16be(emu.get(), testutil::shared_path(kHrpt).c_str()), 0);
-  start_stream(0, HRPT, kHrptWords);
+TEST_F(Link, AlignsOnFrameStartAfterJoiningMidFrame) {
+  hrpt();
   int w;
   for (int i = 0; i < 5000; i++) get_usb_data(rec.get(), &w);  // join in the middle
   std::vector<uint16_t> frame(kHrptWords);
   ASSERT_EQ(usb_get_hrpt_frame(frame.data(), rec.get()), 1);
-  EXPECT_EQ(frame, frame_of(*emu, 1));
+  EXPECT_EQ(frame, frame_of(1));
   // Drained every 1001 words dropped while waiting for the frame start.
   EXPECT_EQ(boardtest::drain_state().drains, (kHrptWords - 5000) / 1001);
-}
-
-TEST_F(BoardTest, NullOutputDiscardsTheBuffer) {
-  ASSERT_EQ(boardemu_load_raw16be(emu.get(), testutil::shared_path(kHrpt).c_str()), 0);
-  start_stream(0, HRPT, kHrptWords);
-  int w;
-  get_usb_data(rec.get(), &w);
-  EXPECT_EQ(usb_unpacker().nbuf - usb_unpacker().pos, 1022);
+  // A null output discards the rest of the block.
+  EXPECT_GT(usb_unpacker().nbuf - usb_unpacker().pos, 0);
   EXPECT_EQ(get_usb_data(rec.get(), nullptr), 0);
   EXPECT_EQ(usb_unpacker().nbuf - usb_unpacker().pos, 0);
   EXPECT_EQ(usb_get_hrpt_frame(nullptr, rec.get()), 0);
 }
 
-TEST_F(BoardTest, StopDeliversTheWordBuiltSoFar) {
+TEST_F(Link, StopDeliversTheWordBuiltSoFar) {
   // One full block ending in the first half of a word, then nothing.
   std::vector<uint8_t> raw = {0x80};
   for (int i = 0; i < 511; i++) raw.insert(raw.end(), {0x01, 0xA0});
@@ -305,24 +284,29 @@ TEST(UsbSync, Thresholds) {
     EXPECT_EQ(usb_insync_threshold(r.sat, r.n), r.words) << sat_type_name(r.sat) << " n " << r.n;
 }
 
-TEST_F(BoardTest, WaitForInSyncCountsConsecutiveWords) {
-  ASSERT_EQ(boardemu_load_raw16be(emu.get(), testutil::shared_path(kHrpt).c_str()), 0);
+TEST_F(Link, WaitForInSyncAndOutOfSync) {
   emu->sync_loss_from = 0;
   emu->sync_loss_frames = 2;
-  start_stream(0, HRPT, kHrptWords);
+  hrpt();
   EXPECT_EQ(usb_wait_for_insync(rec.get(), 2), 1);
   EXPECT_EQ(rec->insync, 1);
   // Two lost frames, then 2 * 11092 in-sync words: the wait ended in frame 4.
-  long consumed = emu->streamed / 2 - (usb_unpacker().nbuf - usb_unpacker().pos) / 2;
-  EXPECT_EQ(consumed, 2L * kHrptWords + 2 * 11092);
+  EXPECT_EQ(consumed(), 2L * kHrptWords + 2 * 11092);
+  // Out of sync from frame 3 for 5 frames: the wait ends after frame 4.
+  fresh_board();
+  emu->sync_loss_from = 3;
+  emu->sync_loss_frames = 5;
+  hrpt();
+  rec->fri.words_per_line = kHrptWords;
+  EXPECT_EQ(usb_wait_for_outsync(rec.get(), 2), 1);
+  EXPECT_EQ(consumed(), 5L * kHrptWords);
 }
 
-TEST_F(BoardTest, WaitForInSyncForcedStartAndStop) {
+TEST_F(Link, WaitForInSyncForcedStartAndStop) {
   emu->sync_loss_from = 0;
   emu->sync_loss_frames = 1000;
-  ASSERT_EQ(boardemu_load_raw16be(emu.get(), testutil::shared_path(kHrpt).c_str()), 0);
   emu->loop = true;
-  start_stream(0, HRPT, kHrptWords);
+  hrpt();
   rec->force_recstart = 1;
   EXPECT_EQ(usb_wait_for_insync(rec.get(), 5), 1);
   EXPECT_EQ(rec->force_recstart, 0);
@@ -332,63 +316,11 @@ TEST_F(BoardTest, WaitForInSyncForcedStartAndStop) {
   EXPECT_EQ(rec->insync, 0);
 }
 
-TEST_F(BoardTest, WaitForOutOfSync) {
-  ASSERT_EQ(boardemu_load_raw16be(emu.get(), testutil::shared_path(kHrpt).c_str()), 0);
-  emu->sync_loss_from = 3;
-  emu->sync_loss_frames = 5;
-  start_stream(0, HRPT, kHrptWords);
-  rec->fri.words_per_line = kHrptWords;
-  EXPECT_EQ(usb_wait_for_outsync(rec.get(), 2), 1);
-  long consumed = emu->streamed / 2 - (usb_unpacker().nbuf - usb_unpacker().pos) / 2;
-  EXPECT_EQ(consumed, 5L * kHrptWords);
-}
-
-TEST_F(BoardTest, SyncLossInEveryPacking) {
-  struct Row {
-    int code;
-    SAT_TYPE sat;
-    int fast;
-    const char* what;
-  } rows[] = {
-      {0, HRPT, 0, "two-byte HRPT words"},
-      {4, METOP, 0, "six-bit groups: the marker counter runs down"},
-      {4, METOP, 1, "fast mode, two-byte words: the board's in-sync bit"},
-      {6, FY3D, 0, "raw bytes: the host misses the marker"},
-  };
-  for (const Row& r : rows) {
-    emu = std::make_unique<BOARDEMU>();
-    emu->timeout_scale = 0.001;
-    if (r.sat == HRPT)
-      ASSERT_EQ(boardemu_load_raw16be(emu.get(), testutil::shared_path(kHrpt).c_str()), 0);
-    else
-      ASSERT_EQ(boardemu_load_cadu(emu.get(), testutil::shared_path(kCadu).c_str()), 0);
-    if (r.sat == FY3D) emu->packing = 0;
-    rec->usb.fast_ftd = r.fast;
-    emu->sync_loss_from = 4;
-    emu->sync_loss_frames = 3;
-    boardemu_attach(emu.get());
-    usb_close_connect(&rec->usb);
-    usb_unpacker_reset();
-    const int words = r.sat == HRPT ? kHrptWords : 1024;
-    start_stream(r.code, r.sat, words);
-    std::vector<uint16_t> frame(size_t(words), 0);
-    std::vector<int> status;
-    for (size_t k = 0; k < 10; k++) {
-      status.push_back(usb_get_hrpt_frame(frame.data(), rec.get()));
-      if (status.back() == 1) {
-        EXPECT_EQ(frame, frame_of(*emu, k)) << r.what << " frame " << k;
-      }
-    }
-    EXPECT_EQ(status, (std::vector<int>{1, 1, 1, 1, 2, 2, 2, 1, 1, 1})) << r.what;
-  }
-}
-
 // ---- Faults ----
 
-TEST_F(BoardTest, StalledStreamEndsWhenRecordingStops) {
-  ASSERT_EQ(boardemu_load_raw16be(emu.get(), testutil::shared_path(kHrpt).c_str()), 0);
+TEST_F(Link, StalledStreamEndsWhenRecordingStops) {
   emu->stall_after = 2 * kHrptWords + 3000;  // mid-way through the second frame
-  start_stream(0, HRPT, kHrptWords);
+  hrpt();
   boardtest::drain_state().stop_after = 5;
   std::vector<uint16_t> frame(kHrptWords, 0xFFFF);
   ASSERT_EQ(usb_get_hrpt_frame(frame.data(), rec.get()), 1);
@@ -398,15 +330,14 @@ TEST_F(BoardTest, StalledStreamEndsWhenRecordingStops) {
   EXPECT_EQ(rec->recording, 0);
   EXPECT_EQ(boardtest::drain_state().drains, 5);
   // Words before the stall are the source's; the rest of the frame is 0.
-  auto src = frame_of(*emu, 1);
+  auto src = frame_of(1);
   EXPECT_TRUE(std::equal(frame.begin(), frame.begin() + 1500, src.begin()));
   EXPECT_EQ(frame.back(), 0);
 }
 
-TEST_F(BoardTest, DeviceVanishingEndsRecording) {
-  ASSERT_EQ(boardemu_load_raw16be(emu.get(), testutil::shared_path(kHrpt).c_str()), 0);
+TEST_F(Link, DeviceVanishingEndsRecording) {
   emu->vanish_after = 5 * kHrptWords;
-  start_stream(0, HRPT, kHrptWords);
+  hrpt();
   std::vector<uint16_t> frame(kHrptWords);
   int k = 0, st;
   while ((st = usb_get_hrpt_frame(frame.data(), rec.get())) == 1 && k < 100) k++;
@@ -415,26 +346,23 @@ TEST_F(BoardTest, DeviceVanishingEndsRecording) {
   EXPECT_EQ(usb_init_connect(&rec->usb), -1);  // gone from the bus
 }
 
-TEST_F(BoardTest, BitErrorsAreReproducible) {
-  ASSERT_EQ(boardemu_load_raw16be(emu.get(), testutil::shared_path(kHrpt).c_str()), 0);
+TEST_F(Link, BitErrorsAtTheirRate) {
   emu->bit_error_rate = 1e-3;
   emu->seed = 1234;
-  boardemu_attach(emu.get());
-  start_stream(0, HRPT, kHrptWords);
+  hrpt();
   std::vector<uint16_t> frame(kHrptWords);
   ASSERT_EQ(usb_get_hrpt_frame(frame.data(), rec.get()), 1);
-  auto src = frame_of(*emu, 0);
+  auto src = frame_of(0);
   int flipped = 0;
   for (int i = 0; i < kHrptWords; i++) flipped += __builtin_popcount(frame[i] ^ src[i]);
   // 110900 bits at 1e-3: about 111 (seed 1234).
   EXPECT_TRUE(flipped > 60 && flipped < 170) << flipped;
 }
 
-TEST_F(BoardTest, CaptureReplaysToTheSameFrames) {
+TEST_F(Link, CaptureReplaysToTheSameFrames) {
   testutil::TempDir dir;
   std::string cap = dir.file("board.cap");
-  ASSERT_EQ(boardemu_load_raw16be(emu.get(), testutil::shared_path(kHrpt).c_str()), 0);
-  start_stream(0, HRPT, kHrptWords);
+  hrpt();
   ASSERT_EQ(ftport_capture_start(cap.c_str()), 0);
   std::vector<uint16_t> frame(kHrptWords);
   std::vector<std::vector<uint16_t>> got;
@@ -443,28 +371,21 @@ TEST_F(BoardTest, CaptureReplaysToTheSameFrames) {
     got.push_back(frame);
   }
   ftport_capture_stop();
-  usb_close_connect(&rec->usb);
-  usb_unpacker_reset();
-
-  BOARDEMU replay;
-  replay.timeout_scale = 0.001;
-  ASSERT_EQ(boardemu_load_capture(&replay, cap.c_str()), 0);
-  EXPECT_EQ(long(replay.raw.size()), emu->streamed);
-  boardemu_attach(&replay);
+  const long streamed = emu->streamed;
+  fresh_board();
+  ASSERT_EQ(boardemu_load_capture(emu.get(), cap.c_str()), 0);
+  EXPECT_EQ(long(emu->raw.size()), streamed);
   start_stream(0, HRPT, kHrptWords);
   for (int k = 0; k < 4; k++) {
     ASSERT_EQ(usb_get_hrpt_frame(frame.data(), rec.get()), 1);
     EXPECT_EQ(frame, got[size_t(k)]) << k;
   }
-  usb_close_connect(&rec->usb);
-  boardemu_attach(emu.get());
 }
 
-TEST_F(BoardTest, RealTimePacing) {
-  ASSERT_EQ(boardemu_load_raw16be(emu.get(), testutil::shared_path(kHrpt).c_str()), 0);
+TEST_F(Link, RealTimePacing) {
   emu->pace = true;
   emu->bytes_per_sec = 200000;
-  start_stream(0, HRPT, kHrptWords);
+  hrpt();
   std::vector<uint16_t> frame(kHrptWords);
   auto t0 = std::chrono::steady_clock::now();
   usb_get_hrpt_frame(frame.data(), rec.get());
@@ -476,7 +397,7 @@ TEST_F(BoardTest, RealTimePacing) {
 
 // ---- Dispatch ----
 
-TEST_F(BoardTest, DispatchByPortType) {
+TEST_F(Link, DispatchByPortType) {
   struct Row {
     PORT_TYPE port;
     int open, wait, hwselected;
@@ -503,6 +424,8 @@ TEST_F(BoardTest, DispatchByPortType) {
   EXPECT_EQ(rec->usb.ftHandle, nullptr);
 }
 
+// D2XX itself (automatic choice, its device nodes) is exercised through a
+// stand-in library by the command-line tests.
 TEST(FtPort, BackendSelection) {
   ftport_install(nullptr);
   EXPECT_EQ(ftport_select("no-such-backend"), -1);
@@ -510,24 +433,16 @@ TEST(FtPort, BackendSelection) {
   EXPECT_STREQ(ftport()->name, "emulator");
   ASSERT_EQ(ftport_select("libftdi"), 0);
   EXPECT_STREQ(ftport()->name, "libftdi");
-  // D2XX only when its library can be loaded; "auto" prefers it.
   bool have_d2xx = ftport_d2xx() != nullptr;
   EXPECT_EQ(ftport_select("d2xx"), have_d2xx ? 0 : -1);
+  ASSERT_EQ(ftport_select(""), 0);  // empty preference: automatic
   ASSERT_EQ(ftport_select("auto"), 0);
   EXPECT_STREQ(ftport()->name, have_d2xx ? "d2xx" : "libftdi");
-  ASSERT_EQ(ftport_select(""), 0);  // empty preference: automatic
   // An installed table overrides the selection until removed.
   ftport_install(ftport_emulator());
   EXPECT_STREQ(ftport()->name, "emulator");
   ftport_install(nullptr);
   EXPECT_STREQ(ftport()->name, have_d2xx ? "d2xx" : "libftdi");
-}
-
-TEST(FtPort, DeviceNodeLayoutOfD2xx) {
-  // D2XX fills these nodes directly: 104 bytes each on a 64-bit system.
-  EXPECT_EQ(sizeof(FT_DEVICE_LIST_INFO_NODE), 16 + 16 + 64 + sizeof(void*));
-  EXPECT_EQ(offsetof(FT_DEVICE_LIST_INFO_NODE, SerialNumber), 16u);
-  EXPECT_EQ(offsetof(FT_DEVICE_LIST_INFO_NODE, Description), 32u);
 }
 
 }  // namespace

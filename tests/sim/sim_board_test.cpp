@@ -1,8 +1,7 @@
-// Synthetic passes with bit errors at 1e-4 streamed by the board emulator and
-// taken in through the USB link as the recorder does (usb_get_hrpt_frame),
-// written as a recording and opened: after Reed-Solomon the CCSDS pictures
-// equal the clean pass; an HRPT picture has no more damage than the errors
-// explain.
+// Synthetic passes with bit errors at 1e-4 streamed by the board emulator,
+// taken in through the USB link and written as the recorder does, then opened:
+// after Reed-Solomon the CCSDS pictures equal the clean pass; an HRPT picture
+// has no more damage than the errors explain.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -73,7 +72,24 @@ Diff compare(const PICINFO* a, const PICINFO* b) {
 
 }  // namespace
 
-class SimBoard : public boardtest::BoardTest {};
+class SimBoard : public boardtest::BoardTest {
+ protected:
+  // Takes n frames through the link into path as the recorder does: the
+  // header block, then each frame by write_frame.
+  void record(const std::string& path, const std::string& head, size_t n, PICINFO* w,
+              int (*write_frame)(PICINFO*, const uint16_t*)) {
+    w->fp = std::fopen(path.c_str(), "wb");
+    ASSERT_NE(w->fp, nullptr);
+    std::fwrite(head.data(), 1, head.size(), w->fp);
+    std::vector<uint16_t> frame(size_t(w->fri.words_per_frame));
+    size_t k = 0;
+    for (; k < n && usb_get_hrpt_frame(frame.data(), rec.get()) == 1; k++)
+      write_frame(w, frame.data());
+    std::fclose(w->fp);
+    w->fp = nullptr;
+    EXPECT_EQ(k, n) << "a frame out of sync or lost";
+  }
+};
 
 // Metop (mode 4, six-bit codes) and FY-3 VIRR: every unit passes the link,
 // and Reed-Solomon on reading removes every error.
@@ -94,31 +110,14 @@ TEST_F(SimBoard, CcsdsPassWithErrorsEqualsCleanAfterReedSolomon) {
                       rec_path = dir.file("rec");
     synth(row.format, row.sat, 0, clean);
     synth(row.format, row.sat, 1e-4, noisy);
-    // A fresh board for each pass.
-    emu = std::make_unique<BOARDEMU>();
-    emu->timeout_scale = 0.001;
-    boardemu_attach(emu.get());
+    fresh_board();
     ASSERT_EQ(boardemu_load_cadu(emu.get(), noisy.c_str(), QPSK_HDR_LEN), 0);
     const size_t units = emu->frames.size() / CADU_LEN;
     start_stream(row.mode, row.type, CADU_LEN);
-    // The recorder's file: the header block, then each frame as it came.
-    std::string head = testutil::read_file(noisy).substr(0, QPSK_HDR_LEN);
-    FILE* out = std::fopen(rec_path.c_str(), "wb");
-    ASSERT_NE(out, nullptr);
-    std::fwrite(head.data(), 1, head.size(), out);
     PicPtr w(pic_new(), pic_delete);
-    w->fp = out;
     w->fri.words_per_frame = CADU_LEN;
-    std::vector<uint16_t> frame(CADU_LEN);
-    for (size_t k = 0; k < units; k++) {
-      ASSERT_EQ(usb_get_hrpt_frame(frame.data(), rec.get()), 1) << k;
-      dump_METOP_line(w.get(), frame.data());
-    }
-    w->fp = nullptr;
-    std::fclose(out);
-    usb_close_connect(&rec->usb);
-    usb_unpacker_reset();
-
+    record(rec_path, testutil::read_file(noisy).substr(0, QPSK_HDR_LEN), units, w.get(),
+           dump_METOP_line);
     PicPtr a = open_pic(clean, false), raw = open_pic(rec_path, false),
            fixed = open_pic(rec_path, true);
     ASSERT_EQ(pic_line_count(a.get()), 180);
@@ -155,21 +154,12 @@ TEST_F(SimBoard, HrptPassWithErrorsOnlyLosesTheHitSamples) {
   ASSERT_EQ(emu->frames.size(), size_t(180 * words));
   start_stream(0, HRPT, words);
 
-  FILE* out = std::fopen(rec_path.c_str(), "wb");
-  ASSERT_NE(out, nullptr);
-  std::fwrite(bytes.data(), 1, HRPT_HDRSIZE, out);  // the header as written
   PicPtr w(pic_new(), pic_delete);
-  w->fp = out;
   w->fri = fri;
   w->fri.words_per_frame = words;
-  std::vector<uint16_t> frame(words);
-  for (int k = 0; k < 180; k++) {
-    ASSERT_EQ(usb_get_hrpt_frame(frame.data(), rec.get()), 1) << k;
-    write_hrpt1_line(w.get(), frame.data(), is_hrptsync(frame.data(), 0) ? 0x10 : 0);
-  }
-  w->fp = nullptr;
-  std::fclose(out);
-
+  record(rec_path, bytes.substr(0, HRPT_HDRSIZE), 180, w.get(), [](PICINFO* p, const uint16_t* f) {
+    return write_hrpt1_line(p, f, is_hrptsync(f, 0) ? 0x10 : 0);
+  });
   PicPtr a = open_pic(clean, false), b = open_pic(rec_path, false);
   Diff d = compare(a.get(), b.get());
   const double total = 180.0 * 2048 * 5;

@@ -1,12 +1,10 @@
-// The CCSDS Reed-Solomon encoder: parity equal to libfec's encode_rs_ccsds,
-// and units the project's decoder accepts and repairs.
+// The CCSDS Reed-Solomon encoder: parity equal to libfec's encode_rs_ccsds.
+// Units with it pass the decoder in the board test of passes with errors.
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <random>
-#include <vector>
 
-#include "ccsds/rs.h"
 #include "fec_oracle.h"
 #include "sim/rs_encode.h"
 
@@ -22,23 +20,4 @@ TEST(SimRsEncode, ParityEqualsLibfec) {
       ASSERT_EQ(std::memcmp(mine, ref, 32), 0) << "pad " << pad << " seed " << seed;
     }
   }
-}
-
-TEST(SimRsEncode, DecoderRepairsEncodedUnits) {
-  const unsigned seed = 9;
-  std::mt19937 rng(seed);
-  std::vector<uint8_t> cadu(1024);
-  const uint8_t asm_[4] = {0x1A, 0xCF, 0xFC, 0x1D};
-  std::memcpy(cadu.data(), asm_, 4);
-  for (size_t i = 4; i < cadu.size(); i++) cadu[i] = uint8_t(rng());
-  sim_rs_cadu(cadu.data());
-  std::vector<uint8_t> clean = cadu;
-  // A clean unit decodes without corrections.
-  EXPECT_EQ(Decode_RS(cadu.data(), 4, 0), 0);
-  // 16 symbol errors in each codeword are corrected.
-  for (int j = 0; j < 4; j++)
-    for (int e = 0; e < 16; e++) cadu[size_t(4 + 4 * (e * 13 % 255) + j)] ^= uint8_t(1 + e);
-  EXPECT_EQ(Decode_RS(cadu.data(), 4, 0), 64) << "seed " << seed;
-  // The data symbols are restored (the decoder leaves the parity as received).
-  EXPECT_EQ(std::memcmp(cadu.data(), clean.data(), 4 + 4 * 223), 0);
 }

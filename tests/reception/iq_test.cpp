@@ -1,5 +1,5 @@
-// The IQ test recorder, the test panel's FPGA serial port, the idle emulated
-// board and the tuner's complete messages, on the board emulator.
+// The IQ test: stream view and recorder; the hardware test panel's register
+// page and FPGA serial port; the idle emulated board. On the board emulator.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -9,13 +9,12 @@
 
 #include "common/text.h"
 #include "config/prefs.h"
-#include "orbit/satdb.h"
 #include "reception/board_fixture.h"
+#include "reception/boardregs.h"
 #include "reception/emuboard.h"
 #include "reception/hwpanel.h"
 #include "reception/iqlink.h"
 #include "reception/iqrecord.h"
-#include "reception/tuner.h"
 #include "support/testutil.h"
 
 using boardtest::BoardTest;
@@ -192,16 +191,19 @@ TEST_F(BoardTest, FpgaUartSendsThroughSerialRegisters) {
   EXPECT_EQ(fpga_uart_state(&rec->usb), -1);
 }
 
-TEST(HwPanel, ByteEntries) {
+TEST(HwPanel, ByteAndValueEntries) {
   struct Row {
     const char* text;
     int value;
-  } rows[] = {
-      {"194", 194}, {"0xC2", 0xC2}, {" 7 ", 7},  // blanks around are fine
-      {"256", 0},   {"-1", 0},      {"zz", 0},  {"12ab", 0}, {"", 0},
   };
-  for (const Row& r : rows) EXPECT_EQ(hwpanel_byte(r.text), r.value) << r.text;
+  // Byte entries: decimal or 0x, blanks around are fine, anything else 0.
+  const Row bytes[] = {{"194", 194}, {"0xC2", 0xC2}, {" 7 ", 7},  {"256", 0},
+                       {"-1", 0},    {"zz", 0},      {"12ab", 0}, {"", 0}};
+  for (const Row& r : bytes) EXPECT_EQ(hwpanel_byte(r.text), r.value) << r.text;
   EXPECT_EQ(hwpanel_byte(nullptr), 0);
+  // Register page values: hexadecimal; not hexadecimal writes 0.
+  const Row values[] = {{"1f", 0x1F}, {"0x80", 0x80}, {"FF", 0xFF}, {"zz", 0}, {"", 0}, {" 7", 7}};
+  for (const Row& r : values) EXPECT_EQ(hwtest_parse_value(r.text), r.value) << r.text;
 }
 
 TEST(EmuBoard, IdleBoardOnlyForTheEmulatorBackend) {
@@ -221,42 +223,88 @@ TEST(EmuBoard, IdleBoardOnlyForTheEmulatorBackend) {
   std::memcpy(prefs.usb_backend, saved, sizeof saved);
 }
 
-// ---- Tuner: whole messages as the board's serial port carries them ----
+// ---- Stream view ----
 
-TEST_F(BoardTest, TunerMessagesByteExact) {
-  RECORDINFO* saved = g_recordinfo;
-  g_recordinfo = rec.get();
-  struct Row {
-    const char* name;
-    float mhz;
-    int offset;
-    std::vector<uint8_t> want;
-  } rows[] = {
-      // 137.1 MHz, offset 0: 1371 = 0x055B; 'P' from the name.
-      {"NOAA 19",
-       137.1f,
-       0,
-       {'S', 0x05, 0x5B, 'P', 'N', 'O', 'A', 'A', ' ', '1', '9', ' ', ' ', ' ', ' ', 0xD4}},
-      // 1701.3 MHz, offset -5: 17008 = 0x4270; 'Q'; name cut to 11.
-      {"METOP-B    LONGER",
-       1701.3f,
-       -5,
-       {'S', 0x42, 0x70, 'Q', 'M', 'E', 'T', 'O', 'P', '-', 'B', ' ', ' ', ' ', ' ', 0x36}},
-  };
-  static SAT sats[2];  // the tuner keeps the last one as its current satellite
-  for (const Row& r : rows) {
-    emu->log = BOARDEMU_LOG{};
-    SAT& sat = sats[&r - rows];
-    pava::copy_text(sat.satname, r.name);
-    sat.hfreq = r.mhz;
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(set_tuner1(&sat, r.offset), 0);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "foffset=" + std::to_string(r.offset) + "\n");
-    ASSERT_EQ(emu->log.tuner_msgs.size(), 5u) << r.name;
-    for (const auto& m : emu->log.tuner_msgs) EXPECT_EQ(m, r.want) << r.name;
-    tuner_set_window_hook(nullptr);
+TEST(IqBits, ReverseTable) {
+  for (unsigned b = 0; b < 256; b++) {
+    unsigned want = 0;
+    for (int i = 0; i < 8; i++) want |= ((b >> i) & 1u) << (7 - i);
+    EXPECT_EQ(iq_reverse_bits(b), want) << b;
   }
-  g_recordinfo = saved;
+}
+
+TEST_F(IqRecord, BitReversedBytesCarryNoFlags) {
+  std::vector<uint8_t> raw(3000);
+  for (size_t i = 0; i < raw.size(); i++) raw[i] = uint8_t(i);
+  raw[0] = 0x01;
+  raw[1] = 0xFF;  // a mode-2 second half with both flags, were it unpacked so
+  emu->raw = raw;
+  start_stream(7, IQTEST, 1000);
+  int w;
+  ASSERT_EQ(get_usb_data_iq(rec.get(), &w), 1);
+  EXPECT_EQ(w, 0x80);
+  for (size_t i = 1; i < 2048; i++) {
+    get_usb_data_iq(rec.get(), &w);
+    ASSERT_EQ(w, int(iq_reverse_bits(raw[i]))) << i;
+  }
+}
+
+TEST_F(IqRecord, FrameStartInTheMiddleEndsTheFrame) {
+  iq_bitreverse() = 0;
+  // Two-byte words 1..100, frame starts on words 0 and 40.
+  std::vector<uint8_t> raw;
+  for (int i = 0; i < 600; i++) {
+    uint8_t two[2];
+    boardemu_pack2(i + 1, i == 0 || i == 40, true, two);
+    raw.insert(raw.end(), two, two + 2);
+  }
+  emu->raw = raw;
+  start_stream(0, HRPT, 100);
+  std::vector<uint16_t> frame(100, 0x7777);
+  EXPECT_EQ(usb_get_iqdata(frame.data(), rec.get()), 1);
+  for (int i = 0; i < 40; i++) EXPECT_EQ(frame[size_t(i)], i + 1) << i;
+  for (int i = 40; i < 100; i++) EXPECT_EQ(frame[size_t(i)], 0x7777) << i;  // as it was
+  // The start that ended it begins the next frame (its slot 0 is skipped).
+  std::fill(frame.begin(), frame.end(), 0x7777);
+  EXPECT_EQ(usb_get_iqdata(frame.data(), rec.get()), 1);
+  EXPECT_EQ(frame[0], 0x7777);
+  for (int i = 1; i < 100; i++) EXPECT_EQ(frame[size_t(i)], 41 + i) << i;
+}
+
+TEST(IqBits, CollectBits) {
+  std::vector<uint16_t> f = {0, 1, 2, 3, 3, 1};
+  int c[4];
+  char text[40];
+  collect_bits_counts(f.data(), int(f.size()), c, text, sizeof text);
+  // Bit 0 set, bit 1 set, bit 0 clear, bit 1 clear.
+  EXPECT_EQ(std::vector<int>(c, c + 4), (std::vector<int>{4, 3, 2, 3}));
+  EXPECT_STREQ(text, "     4      3      2      3");
+  std::vector<uint16_t> k(1024, 2);
+  collect_bits_counts(k.data(), 0, c, nullptr, 0);  // 0 words: 1024
+  EXPECT_TRUE(c[1] == 1024 && c[2] == 1024);
+}
+
+// ---- Register page ----
+
+TEST_F(BoardTest, HwTestWriteEntryAndReadAll) {
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(hwtest_write_entry(&rec->usb, 9, "zz"), 0);  // register 0x0C := 0
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "9  A_0c   D_0c  0\n");
+  EXPECT_EQ(emu->log.reg_writes.back(), std::make_pair(0x0C, 0));
+  emu->regs[0x14] = 0xAB;
+  char texts[32][8];
+  hwtest_read_all(&rec->usb, texts);
+  // Register 0x14, and a firmware byte 'E'; data off before reading.
+  EXPECT_EQ(std::string(texts[17]) + " " + texts[4], "0xab 0x45");
+  EXPECT_EQ(emu->regs[0], 1);
+  EXPECT_EQ(hwtest_led(&rec->usb), 0x0F0);
+  // Board absent: no read succeeds, every entry "0x0", the LED red.
+  emu->present = false;
+  usb_close_connect(&rec->usb);
+  std::memset(texts, 'x', sizeof texts);
+  hwtest_read_all(&rec->usb, texts);
+  for (int i = 0; i < hwtest_nregs; i++) EXPECT_STREQ(texts[i], "0x0") << i;
+  EXPECT_EQ(hwtest_led(&rec->usb), 0xF00);
 }
 
 }  // namespace
