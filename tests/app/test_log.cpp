@@ -1,4 +1,4 @@
-// Log file, debug text and its numbered dump files.
+// Log file and debug text.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -23,14 +23,6 @@ TEST(DebugText, CutAt144Characters) {
   EXPECT_EQ(debug_text(), "");
   EXPECT_EQ(enable_debug(0), 0);
   enable_debug(1);
-}
-
-TEST(DebugText, SavingTwiceGivesTwoNumberedFiles) {
-  testutil::TempDir dir;
-  EXPECT_EQ(debug_save("one", dir.path().c_str()), "dbg_1.txt");
-  EXPECT_EQ(debug_save("two", dir.path().c_str()), "dbg_2.txt");
-  EXPECT_EQ(testutil::read_file(dir.file("dbg_1.txt")), "one");
-  EXPECT_EQ(testutil::read_file(dir.file("dbg_2.txt")), "two");
 }
 
 TEST(Log, FileInHomeOrStandardOutput) {

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "app/core/mapctl.h"
 #include "display/chanmap.h"
@@ -67,18 +68,13 @@ TEST(MapCtl, DefaultMapsFitTheControls) {
     auto ft = FILE_TYPE(t);
     CLRMAPCHAN m = cleared();
     if (!set_std_falseclr(ft, &m)) continue;
+    std::vector<std::string> names = {"ro", "go", "bo", "gamma"};
     for (int ch = 1; ch <= 25; ch++)
-      for (const char* k : {"r", "g", "b"}) {
-        std::string name = k + std::to_string(ch);
-        MAPCTL_RANGE r;
-        ASSERT_EQ(mapctl_range(name.c_str(), &r), 0);
-        double v = mapctl_get(m, name.c_str());
-        EXPECT_TRUE(v >= r.min && v <= r.max) << name << "=" << v << " type " << ft;
-      }
-    for (const char* name : {"ro", "go", "bo", "gamma"}) {
+      for (const char* k : {"r", "g", "b"}) names.push_back(k + std::to_string(ch));
+    for (const std::string& name : names) {
       MAPCTL_RANGE r;
-      ASSERT_EQ(mapctl_range(name, &r), 0);
-      double v = mapctl_get(m, name);
+      ASSERT_EQ(mapctl_range(name.c_str(), &r), 0);
+      double v = mapctl_get(m, name.c_str());
       EXPECT_TRUE(v >= r.min && v <= r.max) << name << "=" << v << " type " << ft;
     }
   }

@@ -1,6 +1,5 @@
-// The command line of pava: option effects and the messages and exit
-// statuses of the parser, through the real parser and the real program.
-#include <gmock/gmock.h>
+// The command line of pava: option effects on the records, and the messages
+// and exit statuses of the real program without a display.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -28,10 +27,10 @@ void parse(Records& r, std::vector<std::string> words) {
   do_options(int(argv.size()), argv.data(), r.pic.get(), r.view.get(), r.rec.get());
 }
 
-testutil::RunResult pava(std::vector<std::string> args) {
+// No display: the program must do without one for everything tested here.
+testutil::RunResult pava(std::vector<std::string> args, const std::string& cwd = "") {
   args.insert(args.begin(), testutil::bin_path("pava"));
-  // No display: the program must do without one for everything tested here.
-  return testutil::run(args, "", {"DISPLAY="});
+  return testutil::run(args, cwd, {"DISPLAY="});
 }
 
 TEST(Options, EffectsOnTheRecords) {
@@ -55,94 +54,80 @@ TEST(Options, EffectsOnTheRecords) {
   EXPECT_EQ(c.rec->one_record, 0);
   EXPECT_EQ(c.rec->batch_mode, 1);
   EXPECT_STREQ(c.pic->file_name, "pic.hpt");
-}
 
-TEST(Options, TypeWords) {
   const struct {
     const char* word;
     FILE_TYPE type;
-  } rows[] = {{"m1", FT_MHRPT1}, {"m2", FT_MHRPT2},       {"mp", FT_METOP},       {"aqua", FT_AQUA},
-              {"fy3", FT_FY3},   {"qnoaa20", FT_QNOAA20}, {"qnoaa21", FT_QNOAA21}};
-  for (const auto& row : rows) {
-    Records r;
-    parse(r, {"-t", row.word});
-    EXPECT_EQ(r.pic->file_type, row.type) << row.word;
+  } types[] = {{"m1", FT_MHRPT1},      {"m2", FT_MHRPT2}, {"mp", FT_METOP},
+               {"aqua", FT_AQUA},      {"fy3", FT_FY3},   {"qnoaa20", FT_QNOAA20},
+               {"qnoaa21", FT_QNOAA21}};
+  for (const auto& row : types) {
+    Records t;
+    parse(t, {"-t", row.word});
+    EXPECT_EQ(t.pic->file_type, row.type) << row.word;
   }
 }
 
-TEST(Options, ParserExitsAndMessages) {
-  Records r;
-  // Each row: words, exit status, text expected on standard error.
+TEST(PavaProgram, MessagesAndStatuses) {
+  testutil::TempDir dir;
   const struct {
-    std::vector<std::string> words;
+    std::vector<std::string> args;
     int status;
-    const char* err;
+    std::string out, err;
   } rows[] = {
-      {{"-w"}, 0, "Error: Missing option for -w \n"},
-      {{"-t", "xyz"}, 0, "Error: Wrong or incomplete option '-t' \n"},
-      {{"-log", "pic.gif"}, 0, "Error: Wrong or incomplete option '-log' \n"},
-      {{"-nosuch"}, 0, "Error: Wrong or incomplete option '-nosuch' \n"},
-      {{"-record", "-log"}, 0, "Error: Missing option for -record \n"},
-      {{"-V"}, 0, "* Version: 2023.3\n"},
+      {{"-V"}, 0, "", "* Version: 2023.3\n"},
+      {{"-w"}, 0, "", "Error: Missing option for -w \n"},
+      {{"-t", "xyz"}, 0, "", "Error: Wrong or incomplete option '-t' \n"},
+      {{"-log", "pic.gif"}, 0, "", "Error: Wrong or incomplete option '-log' \n"},
+      {{"-nosuch"}, 0, "", "Error: Wrong or incomplete option '-nosuch' \n"},
+      // An option word is not a value.
+      {{"-record", "-log"}, 0, "", "Error: Missing option for -record \n"},
+      // Text values longer than their fields are refused, never cut or copied.
       {{"-record", "hrpt:12345678"},
        1,
+       "",
        "Error: Option -record: value too long (at most 9 characters).\n"},
+      {{"-i", std::string(300, 'a')},
+       1,
+       "",
+       "Error: Option -i: value too long (at most 199 characters).\n"},
+      {{"-batch", "hrpt:a"}, 0, "", ""},  // needs no window
+      {{"-sim", "/nonexistent/file"},
+       0,
+       "'/nonexistent/file' doesn't exist.\n",
+       "Error: Missing option for -sim \n"},
+      {{"-pr_vcid", "/nonexistent/file"},
+       0,
+       "No file /nonexistent/file\n",
+       "Error: Missing option for -pr_vcid \n"},
+      // Start-up reporting of a file that can't be opened (more in test_pava_open_errors.sh).
+      {{"nosuch.dat"}, 1, "", "ERROR: nosuch.dat is unknown file type.\n"},
+      {{}, 1, "", "Error: can't open display.\n"},  // a window is needed
   };
   for (const auto& row : rows) {
-    EXPECT_EXIT(parse(r, row.words), testing::ExitedWithCode(row.status),
-                testing::HasSubstr(row.err));
+    testutil::RunResult r = pava(row.args, dir.path());
+    std::string cmd;
+    for (const auto& a : row.args) cmd += " " + a.substr(0, 20);
+    EXPECT_EQ(r.status, row.status) << cmd;
+    EXPECT_EQ(r.out, row.out) << cmd;
+    EXPECT_EQ(r.err, row.err) << cmd;
   }
-}
-
-TEST(Options, HelpListing) {
-  Records r;
-  EXPECT_EXIT(
-      parse(r, {"-H"}), testing::ExitedWithCode(0),
-      testing::AllOf(
-          testing::HasSubstr("* Release: 2023.3\n"), testing::HasSubstr("    -record <chan>"),
-          testing::HasSubstr("record one time "),
-          testing::HasSubstr("         pava -record hrpt:a      record HRPT, all channels\n")));
-}
-
-TEST(PavaProgram, WithoutDisplay) {
-  auto v = pava({"-V"});
-  EXPECT_EQ(v.status, 0);
-  EXPECT_EQ(v.err, "* Version: 2023.3\n");
 
   auto h = pava({"-H"});
   EXPECT_EQ(h.status, 0);
   EXPECT_EQ(h.out, "  Options:\n  \n  options for selecting (wild-cards allowed)s:\n");
-  EXPECT_NE(
-      h.err.find(std::string(62, '*') + "\n* Weather satellite program for HRPT/CHRPT/HRI.\n"),
-      std::string::npos);
-  EXPECT_NE(h.err.find("the Pava developers\n*" + std::string(61, '-') + "\n"), std::string::npos);
+  for (std::string s :
+       {std::string(62, '*') + "\n* Weather satellite program for HRPT/CHRPT/HRI.\n",
+        "the Pava developers\n*" + std::string(61, '-') + "\n", std::string("* Release: 2023.3\n"),
+        std::string("record one time "),
+        std::string("         pava -record hrpt:a      record HRPT, all channels\n")})
+    EXPECT_NE(h.err.find(s), std::string::npos) << s;
   for (const char* opt :
        {"-H", "--help", "-V", "-i <file>", "-w <width>", "-h <height>", "-sn", "-t <type>",
         "-record <chan>", "-crecord <chan>", "-batch <chan>", "-cbatch <chan>", "-log",
         "-pr_vcid <ofile>", "-ts", "-plottrack", "-sim <ifile>", "-log_rs <logfile>"}) {
     EXPECT_NE(h.err.find(std::string("    ") + opt + " "), std::string::npos) << opt;
   }
-
-  auto w = pava({"-w"});
-  EXPECT_EQ(w.status, 0);
-  EXPECT_EQ(w.err, "Error: Missing option for -w \n");
-
-  auto b = pava({"-batch", "hrpt:a"});
-  EXPECT_EQ(b.status, 0);
-  EXPECT_EQ(b.err, "");
-
-  auto longname = pava({"-i", std::string(300, 'a')});
-  EXPECT_EQ(longname.status, 1);
-  EXPECT_EQ(longname.err, "Error: Option -i: value too long (at most 199 characters).\n");
-
-  auto sim = pava({"-sim", "/nonexistent/file"});
-  EXPECT_EQ(sim.status, 0);
-  EXPECT_EQ(sim.out, "'/nonexistent/file' doesn't exist.\n");
-  EXPECT_EQ(sim.err, "Error: Missing option for -sim \n");
-
-  auto vcid = pava({"-pr_vcid", "/nonexistent/file"});
-  EXPECT_EQ(vcid.out, "No file /nonexistent/file\n");
-  EXPECT_EQ(vcid.err, "Error: Missing option for -pr_vcid \n");
 }
 
 TEST(PavaProgram, PrintVcidStatisticsThenTheOptionMessage) {
@@ -158,21 +143,6 @@ TEST(PavaProgram, PrintVcidStatisticsThenTheOptionMessage) {
   auto snpp = pava(
       {"-pr_vcid", testutil::shared_path("testdata/ccsds/snpp_synchronized_cadus_2016-02-10.dat")});
   EXPECT_NE(snpp.out.find("scid=157\nVCID 16:    65 frames\n"), std::string::npos) << snpp.out;
-}
-
-TEST(PavaProgram, FileErrorsAtStart) {
-  testutil::TempDir dir;
-  auto unknown =
-      testutil::run({testutil::bin_path("pava"), "nosuch.dat"}, dir.path(), {"DISPLAY="});
-  EXPECT_EQ(unknown.status, 1);
-  EXPECT_EQ(unknown.err, "ERROR: nosuch.dat is unknown file type.\n");
-  auto hpt = testutil::run({testutil::bin_path("pava"), "nosuch.hpt"}, dir.path(), {"DISPLAY="});
-  EXPECT_EQ(hpt.status, 1);
-  EXPECT_EQ(hpt.err, "ERROR: Can't open nosuch.hpt\n");
-  // A window is needed and there is no display.
-  auto plain = testutil::run({testutil::bin_path("pava")}, dir.path(), {"DISPLAY="});
-  EXPECT_EQ(plain.status, 1);
-  EXPECT_EQ(plain.err, "Error: can't open display.\n");
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <tuple>
 
 #include "app/core/viewctl.h"
 #include "display/display_types.h"
@@ -46,6 +47,10 @@ std::unique_ptr<VIEWINFO> new_view() {
   v->chan_selected = 1;
   return v;
 }
+
+// Zoom factors and origin of a view.
+using Z = std::tuple<float, float, int, int>;
+Z zoom(const VIEWINFO& v) { return {v.zval.zx, v.zval.zy, v.zval.ox, v.zval.oy}; }
 
 TEST(ViewItems, EachCheckItemSetsItsFlag) {
   struct Row {
@@ -199,16 +204,14 @@ TEST(Zoom, Keys) {
 
   // In about the centre: the centre stays, the factor is the zoom step.
   ASSERT_EQ(zoom_key(v.get(), p.pic, sw, sh, 'i'), 0);
-  EXPECT_TRUE(v->zval.zx == 2 && v->zval.zy == 2) << v->zval.zx << " " << v->zval.zy;
-  EXPECT_EQ(std::make_pair(v->zval.ox, v->zval.oy), std::make_pair(100, 75));
+  EXPECT_EQ(zoom(*v), Z(2, 2, 100, 75));
   EXPECT_FLOAT_EQ(v->zval_pre.zx, 1);
   // Out returns to the whole picture.
   zoom_key(v.get(), p.pic, sw, sh, 'o');
-  EXPECT_FLOAT_EQ(v->zval.zx, 1);
-  EXPECT_EQ(v->zval.ox, 0);
+  EXPECT_EQ(zoom(*v), Z(1, 1, 0, 0));
   // Last swaps current and previous.
   zoom_key(v.get(), p.pic, sw, sh, 'l');
-  EXPECT_FLOAT_EQ(v->zval.zx, 2);
+  EXPECT_EQ(zoom(*v), Z(2, 2, 100, 75));
   EXPECT_FLOAT_EQ(v->zval_pre.zx, 1);
   // The zoom step follows the fixed zoom factor.
   v->fix_zoomfactor = 4;
@@ -234,8 +237,7 @@ TEST(Zoom, Keys) {
   EXPECT_FLOAT_EQ(v->zval.zx, 6);
   // f: whole picture.
   zoom_key(v.get(), p.pic, sw, sh, 'f');
-  EXPECT_TRUE(v->zval.zx == 1 && v->zval.zy == 1) << v->zval.zx << " " << v->zval.zy;
-  EXPECT_EQ(v->zval.ox, 0);
+  EXPECT_EQ(zoom(*v), Z(1, 1, 0, 0));
   EXPECT_EQ(zoom_key(v.get(), p.pic, sw, sh, 'q'), -1);
 }
 
@@ -270,8 +272,7 @@ TEST(Zoom, RectangleAndPan) {
   EXPECT_FLOAT_EQ(v->zval.zx, 1);
   // Corners in either order.
   EXPECT_EQ(zoom_rect(v.get(), p.pic, sw, sh, 299, 174, 100, 75), 0);
-  EXPECT_EQ(std::make_pair(v->zval.ox, v->zval.oy), std::make_pair(100, 75));
-  EXPECT_TRUE(v->zval.zx == 2 && v->zval.zy == 3) << v->zval.zx << " " << v->zval.zy;
+  EXPECT_EQ(zoom(*v), Z(2, 3, 100, 75));
   EXPECT_FLOAT_EQ(v->zval_pre.zx, 1);
 
   // Dragging right by 20 screen pixels (2 per picture pixel) shows what is 10
@@ -284,7 +285,7 @@ TEST(Zoom, RectangleAndPan) {
   EXPECT_EQ(v->zval.ox, 100);
   // Never past the edges.
   zoom_pan(v.get(), p.pic, sw, sh, -100000, 100000);
-  EXPECT_EQ(std::make_pair(v->zval.ox, v->zval.oy), std::make_pair(0, 0));
+  EXPECT_EQ(zoom(*v), Z(2, 3, 0, 0));
 }
 
 TEST(Zoom, FixedClickAndWheel) {
@@ -294,8 +295,7 @@ TEST(Zoom, FixedClickAndWheel) {
   v->fix_zoomfactor = 4;
   // A click at the top left corner zooms into that corner.
   zoom_fixed(v.get(), p.pic, sw, sh, 0, 0, 1);
-  EXPECT_FLOAT_EQ(v->zval.zx, 4);
-  EXPECT_EQ(std::make_pair(v->zval.ox, v->zval.oy), std::make_pair(0, 0));
+  EXPECT_EQ(zoom(*v), Z(4, 4, 0, 0));
   // A wheel step down shows what lies below: a tenth of the screen, which is
   // 30 rows / 4 screen pixels per line = 7.5 lines, rounded.
   zoom_wheel(v.get(), p.pic, sw, sh, 0, -1);
@@ -304,8 +304,7 @@ TEST(Zoom, FixedClickAndWheel) {
   EXPECT_EQ(v->zval.oy, 0);
   // Out again about the same point: the whole picture.
   zoom_fixed(v.get(), p.pic, sw, sh, 0, 0, 0);
-  EXPECT_FLOAT_EQ(v->zval.zx, 1);
-  EXPECT_EQ(v->zval.ox, 0);
+  EXPECT_EQ(zoom(*v), Z(1, 1, 0, 0));
 }
 
 TEST(Zoom, ValuesWindow) {
@@ -313,13 +312,10 @@ TEST(Zoom, ValuesWindow) {
   auto v = new_view();
   correct_zoomval(v.get(), p.pic, 400, 300);
   zoom_set(v.get(), p.pic, 400, 300, 2, 4, 150, 500);
-  EXPECT_TRUE(v->zval.zx == 2 && v->zval.zy == 4) << v->zval.zx << " " << v->zval.zy;
-  EXPECT_EQ(std::make_pair(v->zval.ox, v->zval.oy),
-            std::make_pair(150, 225));  // the last quarter of the lines at most
+  EXPECT_EQ(zoom(*v), Z(2, 4, 150, 225));  // the last quarter of the lines at most
   EXPECT_FLOAT_EQ(v->zval_pre.zx, 1);
   zoom_set(v.get(), p.pic, 400, 300, 0, -3, -1, 0);  // nonsense: the whole picture
-  EXPECT_TRUE(v->zval.zx == 1 && v->zval.zy == 1) << v->zval.zx << " " << v->zval.zy;
-  EXPECT_EQ(v->zval.ox, 0);
+  EXPECT_EQ(zoom(*v), Z(1, 1, 0, 0));
 }
 
 TEST(ScreenToPicture, CornersWithMirroring) {
@@ -344,8 +340,8 @@ TEST(ScreenToPicture, CornersWithMirroring) {
     correct_zoomval(v.get(), p.pic, sw, sh);
     int px, py;
     EXPECT_EQ(view_scr2pic(v.get(), p.pic, sw, sh, r.sx, r.sy, &px, &py), 1);
-    EXPECT_EQ(px, r.px) << r.hor << r.ver << " " << r.sx << "," << r.sy;
-    EXPECT_EQ(py, r.py) << r.hor << r.ver << " " << r.sx << "," << r.sy;
+    EXPECT_EQ(std::make_pair(px, py), std::make_pair(r.px, r.py))
+        << r.hor << r.ver << " " << r.sx << "," << r.sy;
   }
   auto v = new_view();
   int px, py;
@@ -379,10 +375,8 @@ TEST(GreyView, ChannelSlotsFollowTheRecordedChannels) {
   Pic p(8, 8, 2);
   // Channels 2 and 4 recorded: they are slots 0 and 1.
   p.pic->channels_recorded[2] = p.pic->channels_recorded[4] = 1;
-  EXPECT_EQ(view_channel_slot(p.pic, 2), 0);
-  EXPECT_EQ(view_channel_slot(p.pic, 4), 1);
-  EXPECT_EQ(view_channel_slot(p.pic, 3), -1);
-  EXPECT_EQ(view_channel_slot(p.pic, 26), -1);
+  for (auto [ch, slot] : {std::pair{2, 0}, {4, 1}, {3, -1}, {26, -1}})
+    EXPECT_EQ(view_channel_slot(p.pic, ch), slot) << ch;
   // A channel that is not recorded is drawn black, never read past the line.
   auto v = new_view();
   view_select_channel(v.get(), 3);

@@ -13,19 +13,16 @@ namespace {
 
 using json = nlohmann::ordered_json;
 
-// Runs pava-cli in directory cwd with HOME set to home.
-testutil::RunResult cli(const std::vector<std::string>& args, const std::string& cwd,
-                        const std::string& home) {
-  std::vector<std::string> argv{testutil::bin_path("pava-cli")};
-  argv.insert(argv.end(), args.begin(), args.end());
-  return testutil::run(argv, cwd, {"HOME=" + home});
-}
-
 class PrefsCli : public ::testing::Test {
  protected:
   void SetUp() override {
     if (access(testutil::bin_path("pava-cli").c_str(), X_OK) != 0)
       GTEST_SKIP() << "pava-cli not built";
+  }
+  // Runs pava-cli in the test's directory, with HOME set to home (default: there too).
+  testutil::RunResult cli(std::vector<std::string> args, std::string home = "") {
+    args.insert(args.begin(), testutil::bin_path("pava-cli"));
+    return testutil::run(args, dir_.path(), {"HOME=" + (home.empty() ? dir_.path() : home)});
   }
   testutil::TempDir dir_;
 };
@@ -34,7 +31,7 @@ TEST_F(PrefsCli, PrintsEveryKeyInFileOrder) {
   testutil::write_file(dir_.file("pava.ini"),
                        "Font_size = 12 # comment\nSatellite = \"NOAA 15\" y\nX_Dir_0 = west\n"
                        "Observer_Lat = -33.5\nNoSuchKey = 1\n");
-  testutil::RunResult r = cli({"prefs"}, dir_.path(), dir_.file("nohome"));
+  testutil::RunResult r = cli({"prefs"}, dir_.file("nohome"));
   ASSERT_EQ(r.status, 0) << r.err;
   ASSERT_EQ(r.out.find('\n'), r.out.size() - 1) << "one JSON object on one line";
   json j = json::parse(r.out);
@@ -58,7 +55,7 @@ TEST_F(PrefsCli, FileOptionAndWriteRoundTrip) {
       in,
       "main_window_size = 640x480\nPort_type = file\nShadow_fact = 0.3\n"
       "ClrMap = M1 \"NOAA\" gamma[1.0] offs[0,0,0] C1[0.00,0.00,1.00] C2[1.10,1.10,0.00]\n");
-  testutil::RunResult a = cli({"prefs", "--file", in}, dir_.path(), dir_.path());
+  testutil::RunResult a = cli({"prefs", "--file", in});
   ASSERT_EQ(a.status, 0) << a.err;
   json ja = json::parse(a.out);
   EXPECT_EQ(ja["main_window_size"], "640x480");
@@ -66,27 +63,25 @@ TEST_F(PrefsCli, FileOptionAndWriteRoundTrip) {
   EXPECT_EQ(ja["ClrMap"][0],
             "M1 \"NOAA\" gamma[1.0] offs[0,0,0] C1[0.00,0.00,1.00] C2[1.10,1.10,0.00]");
 
-  testutil::RunResult w = cli({"prefs", "--file", in, "--write", out}, dir_.path(), dir_.path());
+  testutil::RunResult w = cli({"prefs", "--file", in, "--write", out});
   ASSERT_EQ(w.status, 0) << w.err;
   EXPECT_EQ(json::parse(w.out)["written"], out);
   std::string text = testutil::read_file(out);
   EXPECT_EQ(text.rfind("#Preferences pava\n# pava.ini\n", 0), 0u);
   EXPECT_NE(text.find("\nmain_window_size             = 640x480\n"), std::string::npos);
-  testutil::RunResult b = cli({"prefs", "--file", out}, dir_.path(), dir_.path());
+  testutil::RunResult b = cli({"prefs", "--file", out});
   ASSERT_EQ(b.status, 0) << b.err;
   EXPECT_EQ(json::parse(b.out), ja);
 }
 
 TEST_F(PrefsCli, FailuresExitNonZero) {
-  testutil::RunResult r =
-      cli({"prefs", "--write", dir_.file("nodir/pava.ini")}, dir_.path(), dir_.path());
+  testutil::RunResult r = cli({"prefs", "--write", dir_.file("nodir/pava.ini")});
   EXPECT_NE(r.status, 0);
   EXPECT_NE(r.err.find("Can't open pref-file " + dir_.file("nodir/pava.ini") + "."),
             std::string::npos)
       << r.err;
   EXPECT_EQ(r.out, "");
-  testutil::RunResult m =
-      cli({"prefs", "--file", dir_.file("missing.ini")}, dir_.path(), dir_.path());
+  testutil::RunResult m = cli({"prefs", "--file", dir_.file("missing.ini")});
   EXPECT_NE(m.status, 0);
   EXPECT_EQ(m.out, "");
 }

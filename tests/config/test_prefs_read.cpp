@@ -6,6 +6,7 @@
 #include <random>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "common/text.h"
 #include "config/prefs_file.h"
@@ -21,130 +22,90 @@ void read_text(const std::string& text) {
   Pref_Finish(&prefs);
 }
 
-TEST(PrefsRead, BooleanValues) {
-  struct Row {
-    const char* key;
-    const char* value;
-    int expect;
-  } rows[] = {
-      {"Sunshadow", "on", 1},       // only y..., on... and 1... count
-      {"Sunshadow", "1", 1},        //
-      {"Sunshadow", "yoghurt", 1},  // anything beginning with y
-      {"Sunshadow", "onion", 1},    // anything beginning with on
-      {"Sunshadow", "true", 0},     // true is not one of them
-      {"Sunshadow", "Yes", 0},      // case matters
-      {"Sunshadow", "", 0},         // empty value
-      {"X_Dir_0", "west", 1},       // X zero to the west
-      {"X_Dir_0", "yes", 0},        // only west counts here
-      {"Y_Dir_0", "south", 1},      // Y zero to the south
-      {"Y_Dir_0", "1", 0},          // only south counts here
-  };
-  for (const Row& r : rows) {
-    SCOPED_TRACE(std::string(r.key) + " = " + r.value);
-    Load_Defaults(&prefs);
-    int* field = !std::strcmp(r.key, "Sunshadow") ? &prefs.sunshadow
-                 : !std::strcmp(r.key, "X_Dir_0") ? &prefs.rotor.x_west_is_0
-                                                  : &prefs.rotor.y_south_is_0;
-    *field = !r.expect;  // so that the row really sets the value
-    Set_Pref(pref_items, r.key, r.value);
-    EXPECT_EQ(*field, r.expect);
-  }
+// The value of key as the file would write it.
+std::string written(const char* key) {
+  char buf[1100] = "";
+  for (const PREFITEMS* it = pref_items; it; it = it->next)
+    if (!std::strcmp(it->name, key)) Format_Pref(it, buf, sizeof buf);
+  return buf;
 }
 
-TEST(PrefsRead, LineSyntax) {
+TEST(PrefsRead, ValueKindsAndLineSyntax) {
   struct {
     const char* text;
-    int font_size;
-    const char* why;
+    const char* key;
+    const char* expect;  // as written back
   } rows[] = {
-      {"Font_size = 12 # comment", 12, "comment after the value"},
-      {"Font_size=13", 13, "no blanks around ="},
-      {"Font_size\t=\t14\t\t", 14, "tabs around the value"},
-      {"   Font_size = 15", 15, "blanks before the key"},
-      {"Font_size = 16\r", 16, "carriage return"},
-      {"Font_size = 17#x", 17, "comment right after the value"},
-      {"#Font_size = 18", 10, "a commented-out line"},
-      {"Font_size 19", 10, "no = sign"},
-      {"Font_sizes = 20", 10, "unknown key (longer)"},
-      {"font_size = 21", 10, "keys are case sensitive"},
-      {"Font_size = abc", 0, "a bad number becomes 0"},
-      {"Font_size = ", 0, "an empty value becomes 0"},
-      {"Font_size = 99999999999999999999", 2147483647, "a huge number is clamped"},
-      {"Font_size = -99999999999999999999", -2147483647 - 1, "a huge negative one too"},
-      {"Font_size = 22 23", 22, "parsed as far as the number goes"},
-      {"= 24", 10, "no key"},
-      {"Font_size = 25\nFont_size = 26", 26, "the last line wins"},
+      // Booleans: only y..., on... and 1... count (all default to off).
+      {"Sunshadow = on", "Sunshadow", "yes"},
+      {"Sunshadow = 1", "Sunshadow", "yes"},
+      {"Sunshadow = yoghurt", "Sunshadow", "yes"},             // anything beginning with y
+      {"Sunshadow = onion", "Sunshadow", "yes"},               // anything beginning with on
+      {"Sunshadow = 1\nSunshadow = true", "Sunshadow", "no"},  // true is not one of them
+      {"Sunshadow = 1\nSunshadow = Yes", "Sunshadow", "no"},   // case matters
+      {"Sunshadow = 1\nSunshadow =", "Sunshadow", "no"},       // empty value
+      {"X_Dir_0 = west", "X_Dir_0", "west"},                   // X zero to the west
+      {"X_Dir_0 = west\nX_Dir_0 = yes", "X_Dir_0", "east"},    // only west counts here
+      {"Y_Dir_0 = south", "Y_Dir_0", "south"},                 // Y zero to the south
+      {"Y_Dir_0 = south\nY_Dir_0 = 1", "Y_Dir_0", "north"},    // only south counts here
+      // Line syntax; the default font size is 10.
+      {"Font_size = 12 # comment", "Font_size", "12"},  // comment after the value
+      {"Font_size=13", "Font_size", "13"},              // no blanks around =
+      {"Font_size\t=\t14\t\t", "Font_size", "14"},      // tabs around the value
+      {"   Font_size = 15", "Font_size", "15"},         // blanks before the key
+      {"Font_size = 16\r", "Font_size", "16"},          // carriage return
+      {"Font_size = 17#x", "Font_size", "17"},          // comment right after the value
+      {"#Font_size = 18", "Font_size", "10"},           // a commented-out line
+      {"Font_size 19", "Font_size", "10"},              // no = sign
+      {"Font_sizes = 20", "Font_size", "10"},           // unknown key (longer)
+      {"font_size = 21", "Font_size", "10"},            // keys are case sensitive
+      {"Font_size = abc", "Font_size", "0"},            // a bad number becomes 0
+      {"Font_size = ", "Font_size", "0"},               // an empty value becomes 0
+      {"Font_size = 99999999999999999999", "Font_size", "2147483647"},  // clamped
+      {"Font_size = -99999999999999999999", "Font_size", "-2147483648"},
+      {"Font_size = 22 23", "Font_size", "22"},               // parsed as far as the number goes
+      {"= 24", "Font_size", "10"},                            // no key
+      {"Font_size = 25\nFont_size = 26", "Font_size", "26"},  // the last line wins
+      {"NoSuchKey = 5\nFont_size = 11\nAnother.unknown = yes", "Font_size", "11"},
+      // Enumerations: an unknown name (or a number) leaves the field as it was.
+      {"Port_type = ethernet\nPort_type = serial", "Port_type", "ethernet"},
+      {"Port_type = file", "Port_type", "file"},
+      {"Rotortype = XY", "Rotortype", "XY"},
+      {"Hrpt_Record_Scandirection = S_N", "Hrpt_Record_Scandirection", "S_N"},
+      // Hexadecimal.
+      {"Clr.raster = FF8000", "Clr.raster", "ff8000"},             // upper case
+      {"Clr.raster = 0x00ff00", "Clr.raster", "00ff00"},           // with 0x
+      {"Clr.raster = 10", "Clr.raster", "000010"},                 // digits only: still base 16
+      {"Clr.raster = zz", "Clr.raster", "000000"},                 // not a number
+      {"Clr.raster = 123456789abcdef", "Clr.raster", "ffffffff"},  // clamped to 32 bits
+      // Pairs with separators.
+      {"main_window_size = 800x600", "main_window_size", "800x600"},
+      {"main_window_size = 800 x 600", "main_window_size", "800x600"},  // blanks around x
+      {"main_window_size = 800,600", "main_window_size", "800x0"},      // wrong separator
+      {"main_window_size = 800", "main_window_size", "800x0"},          // only the first
+      {"main_window_size = x600", "main_window_size", "0x600"},         // only the second
+      {"main_window_position = -10,20", "main_window_position", "-10,20"},
+      {"Despeckle_limits = 30,400", "Despeckle_limits", "30,400"},
   };
   for (const auto& r : rows) {
-    SCOPED_TRACE(std::string(r.why) + ": " + r.text);
+    SCOPED_TRACE(r.text);
     read_text(r.text);
-    EXPECT_EQ(prefs.font_size, r.font_size);
+    EXPECT_EQ(written(r.key), r.expect);
   }
-}
-
-TEST(PrefsRead, UnknownKeysAreIgnored) {
-  read_text("NoSuchKey = 5\nFont_size = 11\nAnother.unknown = yes\n");
-  EXPECT_EQ(prefs.font_size, 11);
+  // The keys reach their own fields.
+  read_text(
+      "Sunshadow = on\nX_Dir_0 = west\nY_Dir_0 = south\nFont_size = 12\nClr.raster = ff8000\n"
+      "main_window_size = 800x600\nmain_window_position = -10,20\nDespeckle_limits = 30,400\n"
+      "Port_type = ethernet\nRotortype = XY\nHrpt_Record_Scandirection = S_N\n");
+  EXPECT_EQ(
+      std::vector<int>({prefs.sunshadow, prefs.rotor.x_west_is_0, prefs.rotor.y_south_is_0,
+                        prefs.font_size, prefs.clr[11], prefs.main_wnd_w, prefs.main_wnd_h,
+                        prefs.main_wnd_x, prefs.main_wnd_y, prefs.sur_ulim, prefs.dsp_llim,
+                        prefs.port_type, prefs.rotor.use_xy, prefs.hrpt_scandir}),
+      std::vector<int>({1, 1, 1, 12, 0xff8000, 800, 600, -10, 20, 30, 400, ethernet, 1, S_N}));
   EXPECT_EQ(Set_Pref(pref_items, "NoSuchKey", "5"), 0);
   EXPECT_EQ(Set_Pref(pref_items, "Font_size", "5"), 1);
-  // A title line is not a key.
-  EXPECT_EQ(Set_Pref(pref_items, "Sat_list", "5"), 0);
-}
-
-TEST(PrefsRead, Enumerations) {
-  read_text("Port_type = ethernet\nRotortype = XY\nHrpt_Record_Scandirection = S_N\n");
-  EXPECT_EQ(prefs.port_type, ethernet);
-  EXPECT_EQ(prefs.rotor.use_xy, 1);
-  EXPECT_EQ(prefs.hrpt_scandir, S_N);
-  // An unknown name (or a number) leaves the field as it was.
-  Set_Pref(pref_items, "Port_type", "serial");
-  EXPECT_EQ(prefs.port_type, ethernet);
-  Set_Pref(pref_items, "Port_type", "file");
-  EXPECT_EQ(prefs.port_type, from_file);
-}
-
-TEST(PrefsRead, Hexadecimal) {
-  struct {
-    const char* value;
-    int expect;
-    const char* why;
-  } rows[] = {
-      {"FF8000", 0xff8000, "upper case"},
-      {"0x00ff00", 0x00ff00, "with 0x"},
-      {"10", 0x10, "digits only: still base 16"},
-      {"zz", 0, "not a number"},
-      {"123456789abcdef", -1, "too many digits: clamped to 32 bits"},
-  };
-  for (const auto& r : rows) {
-    SCOPED_TRACE(std::string(r.why) + ": " + r.value);
-    read_text(std::string("Clr.raster = ") + r.value);
-    EXPECT_EQ(prefs.clr[11], r.expect);
-  }
-}
-
-TEST(PrefsRead, PairsWithSeparators) {
-  struct {
-    const char* text;
-    int a, b;
-    const char* why;
-  } rows[] = {
-      {"main_window_size = 800x600", 800, 600, "x separator"},
-      {"main_window_size = 800 x 600", 800, 600, "blanks around the separator"},
-      {"main_window_size = 800,600", 800, 0, "wrong separator: second becomes 0"},
-      {"main_window_size = 800", 800, 0, "only the first"},
-      {"main_window_size = x600", 0, 600, "only the second"},
-      {"main_window_position = -10,20", -10, 20, "negative, comma separator"},
-  };
-  for (const auto& r : rows) {
-    SCOPED_TRACE(std::string(r.why) + ": " + r.text);
-    read_text(r.text);
-    bool pos = std::strstr(r.text, "position") != nullptr;
-    EXPECT_EQ(pos ? prefs.main_wnd_x : prefs.main_wnd_w, r.a);
-    EXPECT_EQ(pos ? prefs.main_wnd_y : prefs.main_wnd_h, r.b);
-  }
-  read_text("Despeckle_limits = 30,400");
-  EXPECT_EQ(prefs.sur_ulim, 30);
-  EXPECT_EQ(prefs.dsp_llim, 400);
+  EXPECT_EQ(Set_Pref(pref_items, "Sat_list", "5"), 0);  // a title line is not a key
 }
 
 TEST(PrefsRead, FloatsAndAngles) {
@@ -260,13 +221,10 @@ TEST(PrefsRead, ClrMapLines) {
   const CLRMAPCHAN& m = prefs.clrmaps[1][1];
   EXPECT_STREQ(m.satname, "METOP");
   EXPECT_STREQ(m.mapname, "CMap B");
-  EXPECT_FLOAT_EQ(m.gamma, 1.5f);
-  EXPECT_EQ(m.red_offset, -10);
-  EXPECT_EQ(m.blue_offset, 3);
-  EXPECT_EQ(m.on[1], 1);
-  EXPECT_FLOAT_EQ(m.blue[1], 2.0f);
-  EXPECT_FLOAT_EQ(m.red[2], 1.8f);
-  EXPECT_EQ(m.on[3], 0);
+  // gamma, offsets, channel 1 on with its blue weight, channel 2's red, channel 3 off.
+  EXPECT_EQ(std::vector<float>({m.gamma, float(m.red_offset), float(m.blue_offset), float(m.on[1]),
+                                m.blue[1], m.red[2], float(m.on[3])}),
+            std::vector<float>({1.5f, -10, 3, 1, 2.0f, 1.8f, 0}));
   EXPECT_EQ(prefs.clrmaps[3][0].on[3], 1) << "a channel out of range is skipped";
   EXPECT_EQ(prefs.clrmaps[1][1].on[0], 0);
   // The load-time copy.

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -48,8 +49,6 @@ std::vector<std::string> lines_of(const std::string& text) {
   return out;
 }
 
-std::string key_of(const std::string& line) { return line.substr(0, line.find_first_of(" =")); }
-
 void read_file(const std::string& f) {
   pava::copy_text(prefs.prefs_file, f);
   Read_Pref(&prefs);
@@ -72,15 +71,16 @@ TEST(PrefsWrite, KeysInTheFileOrder) {
   Load_Defaults(&prefs);
   std::string f = dir.file("pava.ini");
   ASSERT_EQ(Save_Pref(&prefs, f.c_str()), 0);
-  std::vector<std::string> l = lines_of(testutil::read_file(f));
-  const std::vector<std::string> keys = pref_keys();
-  const std::size_t nkeys = keys.size();
-  ASSERT_EQ(l.size(), 2 + nkeys + 1 + PREFS_NSATS);
+  std::vector<std::string> l = lines_of(testutil::read_file(f)), got;
+  ASSERT_GE(l.size(), 2u);
   EXPECT_EQ(l[0], "#Preferences pava");
   EXPECT_EQ(l[1], "# pava.ini");
-  for (std::size_t i = 0; i < nkeys; i++) EXPECT_EQ(key_of(l[2 + i]), keys[i]) << "line " << i + 3;
-  EXPECT_EQ(l[2 + nkeys], "Sat_list");
-  for (int i = 0; i < PREFS_NSATS; i++) EXPECT_EQ(key_of(l[3 + nkeys + i]), "Satellite");
+  for (std::size_t i = 2; i < l.size(); i++)
+    got.push_back(l[i].substr(0, l[i].find_first_of(" =")));
+  std::vector<std::string> expect = pref_keys();
+  expect.push_back("Sat_list");
+  expect.insert(expect.end(), PREFS_NSATS, "Satellite");
+  EXPECT_EQ(got, expect);
 }
 
 TEST(PrefsWrite, FormatsAndAlignment) {
@@ -133,15 +133,13 @@ void change_every_item() {
       if (!std::strcmp(it->name, "Shadow_fact")) *it->fval[0] = 0.75f;
       if (!std::strcmp(it->name, "Observer_Lon") || !std::strcmp(it->name, "Observer_Lat"))
         *it->fval[0] = 0.5f;
-    } else if (it->sval[1]) {
-      pava::copy_text(it->sval[1], it->slen[1],
-                      std::strcmp(it->sval[1], "TRUE") ? "TRUE" : "FALSE");
-    } else if (it->sval[0]) {
+    } else if (it->sval[0] && !it->sval[1]) {  // Satellite items: below
       std::string v = "value " + std::to_string(k) + std::string(k % 30, 'v');
       pava::copy_text(it->sval[0], it->slen[0], v.c_str());
     }
   }
-  for (auto& s : prefs.sats) s.on = !std::strcmp(s.sel, "TRUE");
+  // Selections change in memory only, as the tracker's satellite list does.
+  for (auto& s : prefs.sats) s.on = !s.on;
 }
 
 TEST(PrefsWrite, WrittenFileReadsBackTheSameValues) {
@@ -157,22 +155,19 @@ TEST(PrefsWrite, WrittenFileReadsBackTheSameValues) {
   m.red[3] = 0.5f;
   m.green[3] = 1.25f;
   m.blue[3] = 2.0f;
-  std::vector<std::string> changed = snapshot();
+  PREFS before = prefs;
+  std::string f = dir.file("pava.ini");
+  ASSERT_EQ(Save_Pref(&prefs, f.c_str()), 0);
+  std::vector<std::string> changed = snapshot();  // selections as texts after the save
   for (std::size_t i = 0; i < changed.size(); i++)
     if (changed[i].rfind("# pava.ini", 0) && changed[i].rfind("Sat_list", 0)) {
       EXPECT_NE(changed[i], defaults[i]) << "the test leaves an item at its default";
     }
-  PREFS before = prefs;
-  std::string f = dir.file("pava.ini");
-  ASSERT_EQ(Save_Pref(&prefs, f.c_str()), 0);
   read_file(f);
   EXPECT_EQ(snapshot(), changed);
-  EXPECT_EQ(prefs.font_size, before.font_size);
-  EXPECT_EQ(std::string(prefs.kepler_file), before.kepler_file);
+  // Texts, integers and colours are compared exactly by the snapshot.
   EXPECT_FLOAT_EQ(prefs.refpos.lon, before.refpos.lon);
-  EXPECT_FLOAT_EQ(prefs.shadow_fact, 0.75f);
   for (int i = 0; i < PREFS_NSATS; i++) EXPECT_EQ(prefs.sats[i].on, before.sats[i].on) << i;
-  for (int i = 0; i < PREFS_NCOLOURS; i++) EXPECT_EQ(prefs.clr[i], before.clr[i]) << i;
   const CLRMAPCHAN& r = prefs.clrmaps[2][0];
   EXPECT_STREQ(r.satname, "METEOR");
   EXPECT_TRUE(r.gamma == 1.2f && r.red_offset == -10 && r.on[3] == 1 && r.green[3] == 1.25f);
@@ -185,18 +180,6 @@ TEST(PrefsWrite, WrittenFileReadsBackTheSameValues) {
       testutil::read_file(f).find("\nClrMap                         = M1 \"METEOR\" gamma[1.2] "
                                   "offs[-10,0,0] C3[0.50,1.25,2.00]\n"),
       std::string::npos);
-}
-
-TEST(PrefsWrite, SelectionChangedInMemoryIsSaved) {
-  testutil::TempDir dir;
-  Load_Defaults(&prefs);
-  prefs.sats[0].on = 1;  // as the tracker's satellite list does
-  prefs.sats[1].on = 0;
-  std::string f = dir.file("pava.ini");
-  ASSERT_EQ(Save_Pref(&prefs, f.c_str()), 0);
-  read_file(f);
-  EXPECT_EQ(prefs.sats[0].on, 1);
-  EXPECT_EQ(prefs.sats[1].on, 0);
 }
 
 TEST(PrefsWrite, UnwritableFileGivesMessageAndKeepsTheOldFile) {
@@ -232,9 +215,9 @@ TEST(PrefsWrite, UnwritableFileGivesMessageAndKeepsTheOldFile) {
   }
   // No temporary file is left behind.
   int n = 0;
-  std::string ls = testutil::run({"/bin/ls", "-a", dir.path()}).out;
-  for (const std::string& l : lines_of(ls)) n += (l != "." && l != ".." && l != "ro");
-  EXPECT_EQ(n, 1) << ls;
+  for (const auto& e : std::filesystem::directory_iterator(dir.path()))
+    n += e.path().filename() != "ro";
+  EXPECT_EQ(n, 1);
 }
 
 TEST(PrefsWrite, OverwritesKeepingThePermissions) {

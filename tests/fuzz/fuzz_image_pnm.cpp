@@ -1,14 +1,6 @@
-// PPM/PGM reader on arbitrary bytes: no crash, no allocation beyond the input.
-#include <cstddef>
-#include <cstdint>
-
-#include "export/imgcodec.h"
+// PPM/PGM reader on arbitrary bytes.
+#include "fuzz_image_common.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  PICINFO* pic = pic_new();
-  XLINE* head = nullptr;
-  FILE_TYPE t = size > 1 && data[1] == '6' ? FT_PPM : FT_PGM;
-  if (image_decode_buffer(t, data, size, pic, &head) == 0) Remove_Xline(&head);
-  pic_delete(pic);
-  return 0;
+  return fuzz_image(size > 1 && data[1] == '6' ? FT_PPM : FT_PGM, data, size);
 }
