@@ -1,7 +1,6 @@
-// The toolkit layer against real GTK widgets (run under Xvfb by
-// tests/scripts/test_gui_toolkit.sh): widgets from descriptions named by
-// their labels, finding and setting them, menus from a table, message boxes,
-// and states kept in the GUI-settings file.
+// The toolkit layer against real GTK widgets (under Xvfb, run_xvfb.sh):
+// widgets from descriptions named by their labels, finding and setting them,
+// menus from a table, message boxes, and states kept in the GUI-settings file.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -151,11 +150,13 @@ TEST(Toolkit, MessageBoxes) {
 TEST(Toolkit, StatesKeptInTheSettingsFile) {
   testutil::TempDir home;
   sgtk_state_load(home.path().c_str());
+  // Three kept states and one that is not.
+  auto settings = [] {
+    return sgtk_row({sg_persist(sg_toggle("Keep")), sg_persist(sg_spin("^Level", 1, 0, 9, 1, 0)),
+                     sg_persist(sg_entry("^Dir", 10)), sg_toggle("Forget")});
+  };
   {
-    Window win(
-        sgtk_row({sg_persist(sg_toggle("Keep")), sg_persist(sg_spin("^Level", 1, 0, 9, 1, 0)),
-                  sg_persist(sg_entry("^Dir", 10)), sg_toggle("Forget")}),
-        "Settings");
+    Window win(settings(), "Settings");
     Set_Button(win.w, "Keep", 1);
     Set_Button(win.w, "Forget", 1);
     sgtk_set_value(win.w, "Level", 7);
@@ -173,10 +174,7 @@ TEST(Toolkit, StatesKeptInTheSettingsFile) {
 
   // The next run: read back into a new window of that name.
   sgtk_state_load(home.path().c_str());
-  Window again(
-      sgtk_row({sg_persist(sg_toggle("Keep")), sg_persist(sg_spin("^Level", 1, 0, 9, 1, 0)),
-                sg_persist(sg_entry("^Dir", 10)), sg_toggle("Forget")}),
-      "Settings");
+  Window again(settings(), "Settings");
   EXPECT_EQ(Get_Button(again.w, "Keep"), 1);
   EXPECT_EQ(Get_Button(again.w, "Forget"), 0);
   EXPECT_DOUBLE_EQ(sgtk_get_value(again.w, "Level"), 7);
