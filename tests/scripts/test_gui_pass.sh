@@ -58,6 +58,7 @@ h=$(identify -format '%h' pass_c1_01.ppm) || fail "cancelled PPM unreadable"
 [ "$h" -lt 720 ] && [ "$h" -gt 0 ] || fail "cancelled PPM has $h lines"
 echo "cancelled: $h of 720 lines"
 close_box Info
+aside "$dlg"                  # the Save window stays open: off the picture
 
 menu 2 8; key f               # View/Aspect off and "f": the whole picture fills the area
 picture_area
