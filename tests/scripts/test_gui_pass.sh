@@ -66,14 +66,14 @@ as_rendered plain pass.hrpt --channel 1
 n0=$(grep -c 'Picture drawn' pava.log)
 menu 2 2                      # View/Grid
 menu 2 3                      # View/Coast
-# Drawn: a new drawing logged and none for 3 s since (60 s at most; a
-# sanitizer build draws the coast for seconds).
+# Drawn: a new drawing logged and none for 10 s since (90 s at most; a
+# sanitizer build on a busy machine reads and draws the coast for seconds).
 n=$n0 quiet=0
-for i in $(seq 120); do
+for i in $(seq 180); do
   sleep 0.5
   m=$(grep -c 'Picture drawn' pava.log)
   if [ "$m" != "$n" ]; then n=$m quiet=0; else quiet=$((quiet + 1)); fi
-  [ "$n" -gt "$n0" ] && [ $quiet -ge 6 ] && break
+  [ "$n" -gt "$n0" ] && [ $quiet -ge 20 ] && break
 done
 as_rendered overlay pass.hrpt --channel 1 --grid --coast
 same overlay.png plain.png && fail "grid and coast drew nothing"
