@@ -1,7 +1,6 @@
-// The toolkit layer against real GTK widgets (run under Xvfb by
-// tests/scripts/test_gui_toolkit.sh): widgets from descriptions named by
-// their labels, finding and setting them, menus from a table, message boxes,
-// and states kept in the GUI-settings file.
+// The toolkit layer against real GTK widgets (under Xvfb, run_xvfb.sh):
+// widgets from descriptions named by their labels, finding and setting them,
+// menus from a table, message boxes, and states kept in the GUI-settings file.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -31,7 +30,7 @@ struct Window {
 int g_clicks = 0;
 void on_click(GtkWidget*, gpointer) { g_clicks++; }
 
-TEST(Toolkit, WidgetsAreNamedByTheirLabels) {
+TEST(Toolkit, WidgetsNamedByTheirLabelsListsProgress) {
   GtkWidget* row = sgtk_row({
       sg_button("Start", G_CALLBACK(on_click)),
       sg_toggle("Add "),
@@ -64,6 +63,26 @@ TEST(Toolkit, WidgetsAreNamedByTheirLabels) {
   g_clicks = 0;
   gtk_button_clicked(GTK_BUTTON(Find_Widget(win.w, "Start")));
   EXPECT_EQ(g_clicks, 1);
+
+  // Lists take rows of cells; a progress bar clamps its fraction.
+  GtkWidget* list = Find_Widget(win.w, "Passes");
+  sgtk_list_append(list, {"NOAA 19", "12:00"});
+  sgtk_list_append(list, {"METOP-B"});  // missing cells stay empty
+  GtkTreeModel* m = gtk_tree_view_get_model(GTK_TREE_VIEW(list));
+  EXPECT_EQ(gtk_tree_model_iter_n_children(m, nullptr), 2);
+  GtkTreeIter it;
+  ASSERT_TRUE(gtk_tree_model_get_iter_first(m, &it));
+  gchar* cell = nullptr;
+  gtk_tree_model_get(m, &it, 1, &cell, -1);
+  EXPECT_STREQ(cell, "12:00");
+  g_free(cell);
+  sgtk_list_clear(list);
+  EXPECT_EQ(gtk_tree_model_iter_n_children(m, nullptr), 0);
+
+  GtkWidget* bar = Find_Widget(win.w, "Saving");
+  sgtk_progress_set(bar, 1.7, "Saving...");  // clamped
+  EXPECT_DOUBLE_EQ(gtk_progress_bar_get_fraction(GTK_PROGRESS_BAR(bar)), 1.0);
+  EXPECT_STREQ(gtk_progress_bar_get_text(GTK_PROGRESS_BAR(bar)), "Saving...");
 }
 
 TEST(Toolkit, SetAndGet) {
@@ -151,11 +170,13 @@ TEST(Toolkit, MessageBoxes) {
 TEST(Toolkit, StatesKeptInTheSettingsFile) {
   testutil::TempDir home;
   sgtk_state_load(home.path().c_str());
+  // Three kept states and one that is not.
+  auto settings = [] {
+    return sgtk_row({sg_persist(sg_toggle("Keep")), sg_persist(sg_spin("^Level", 1, 0, 9, 1, 0)),
+                     sg_persist(sg_entry("^Dir", 10)), sg_toggle("Forget")});
+  };
   {
-    Window win(
-        sgtk_row({sg_persist(sg_toggle("Keep")), sg_persist(sg_spin("^Level", 1, 0, 9, 1, 0)),
-                  sg_persist(sg_entry("^Dir", 10)), sg_toggle("Forget")}),
-        "Settings");
+    Window win(settings(), "Settings");
     Set_Button(win.w, "Keep", 1);
     Set_Button(win.w, "Forget", 1);
     sgtk_set_value(win.w, "Level", 7);
@@ -173,37 +194,12 @@ TEST(Toolkit, StatesKeptInTheSettingsFile) {
 
   // The next run: read back into a new window of that name.
   sgtk_state_load(home.path().c_str());
-  Window again(
-      sgtk_row({sg_persist(sg_toggle("Keep")), sg_persist(sg_spin("^Level", 1, 0, 9, 1, 0)),
-                sg_persist(sg_entry("^Dir", 10)), sg_toggle("Forget")}),
-      "Settings");
+  Window again(settings(), "Settings");
   EXPECT_EQ(Get_Button(again.w, "Keep"), 1);
   EXPECT_EQ(Get_Button(again.w, "Forget"), 0);
   EXPECT_DOUBLE_EQ(sgtk_get_value(again.w, "Level"), 7);
   EXPECT_EQ(sgtk_get_text(again.w, "Dir"), "/data/with=sign");
   EXPECT_EQ(sgtk_state_get("Open/folder"), "/passes");
-}
-
-TEST(Toolkit, ListsAndProgress) {
-  Window win(sgtk_row({sg_list("Passes", "Satellite|Time"), sg_progress("!Saving")}));
-  GtkWidget* list = Find_Widget(win.w, "Passes");
-  sgtk_list_append(list, {"NOAA 19", "12:00"});
-  sgtk_list_append(list, {"METOP-B"});  // missing cells stay empty
-  GtkTreeModel* m = gtk_tree_view_get_model(GTK_TREE_VIEW(list));
-  EXPECT_EQ(gtk_tree_model_iter_n_children(m, nullptr), 2);
-  GtkTreeIter it;
-  ASSERT_TRUE(gtk_tree_model_get_iter_first(m, &it));
-  gchar* cell = nullptr;
-  gtk_tree_model_get(m, &it, 1, &cell, -1);
-  EXPECT_STREQ(cell, "12:00");
-  g_free(cell);
-  sgtk_list_clear(list);
-  EXPECT_EQ(gtk_tree_model_iter_n_children(m, nullptr), 0);
-
-  GtkWidget* bar = Find_Widget(win.w, "Saving");
-  sgtk_progress_set(bar, 1.7, "Saving...");  // clamped
-  EXPECT_DOUBLE_EQ(gtk_progress_bar_get_fraction(GTK_PROGRESS_BAR(bar)), 1.0);
-  EXPECT_STREQ(gtk_progress_bar_get_text(GTK_PROGRESS_BAR(bar)), "Saving...");
 }
 
 }  // namespace

@@ -1,44 +1,63 @@
 # Shared by the GUI tests (sourced): runs pava under Xvfb and drives it with
 # synthetic keys. A test sets BODY to the steps of its session and calls
-# gui_session with pava's arguments; the steps see these helpers:
-#   $win           the main window        $pid   pava's process
+# gui_session with pava's arguments. The session runs in $GUI_WORK (gui_work
+# makes it), also its home directory; a second gui_session reuses it. Exit
+# status 77 without xvfb-run/xdotool/import, 1 on failure or when GTK or GLib
+# printed anything on standard error. The steps see $win (the main window),
+# $pid (pava) and these helpers:
 #   menu M N       opens menu number M (File 0, Edit 1, View 2, Zoom 3,
 #                  Record 4, Channel 5, Help 6) and activates its item N (1 up)
+#   key K          the key K to the main window; focus W: focus to window W
 #   wait_window T  waits (5 s) for a visible window titled T; prints its id
 #   gone_window T  waits (5 s) until no visible window is titled T
+#   close_box T    waits for the box titled T, closes it with Return (its OK)
+#   wait_log RE    waits (10 s) until pava.log has a line matching RE
+#   aside W        moves window W off the main window
 #   shot FILE      screenshot of the main window
+#   expect_shot NAME =|! REF MSG   shot NAME.png, equal (=) or not (!) to
+#                  REF.png pixel for pixel, else fail MSG
 #   has_colour FILE '#RRGGBB'   true when FILE holds pixels of that colour
-#   same A B       true when screenshots A and B are equal pixel for pixel
+#   same A B       true when images A and B are equal pixel for pixel
+#   picture_area   sets W, H and area (the drawing area's size and X window,
+#                  from the last drawing logged under -log; GDK_NATIVE_WINDOWS=1)
+#   as_rendered NAME FILE OPTION...   the drawing area equals pava-cli render
+#                  FILE of its size with the preferences' default (--lum 0:1023
+#                  --linearize) and the OPTIONs, pixel for pixel
 #   fail MSG       prints MSG, ends the session with status 1
-# The session runs in $GUI_WORK, which is also its home directory; a second
-# gui_session of the same test reuses it.
-# Exit status: 77 without xvfb-run/xdotool/import, 1 on failure or when GTK
-# printed a warning or critical on standard error.
 
 gui_require() {
   command -v xvfb-run >/dev/null && command -v xdotool >/dev/null && command -v import >/dev/null ||
     exit 77
 }
 
-# Sets pic to the real NOAA 18 recording of the shared test data; a skip (77)
+gui_work() {
+  GUI_WORK=$(mktemp -d)
+  trap 'rm -rf "$GUI_WORK"' EXIT
+}
+
+# Exports pic, the real NOAA 18 recording of the shared test data; a skip (77)
 # when it is missing or pava can't open it.
 gui_sample_recording() {
   local shared=${PAVA_SHARED_DIR:-$(dirname "${BASH_SOURCE[0]}")/../../../shared}
   shared=$(cd "$shared" 2>/dev/null && pwd) || exit 77
-  pic=$shared/testdata/hrpt/noaa18_hrpt_2012-01-30_30frames.raw16be
+  export pic=$shared/testdata/hrpt/noaa18_hrpt_2012-01-30_30frames.raw16be
   [ -f "$pic" ] || { echo "no sample recording"; exit 77; }
   if DISPLAY= "$BIN/pava" -i "$pic" 2>&1 | grep -q '^ERROR:'; then
     echo "pava can't open the sample recording yet"; exit 77
   fi
 }
 
+# Writes a synthetic NOAA 19 pass over western Europe (720 lines) to FILE.
+gui_synth_pass() {
+  local data
+  data=$(cd "$(dirname "${BASH_SOURCE[0]}")/../../data" && pwd)
+  "$BIN/pava-cli" synth --sat "NOAA 19" --tle "$data/weather.txt" --start 2020-10-26T07:28:30Z \
+    --seconds 120 --format hrpt --seed 20201026 -o "$1" >/dev/null || exit 1
+}
+
 gui_session() {
   gui_require
-  # A second session of one test runs in the same home and directory.
-  if [ -z "${GUI_WORK:-}" ]; then
-    GUI_WORK=$(mktemp -d)
-    trap 'rm -rf "$GUI_WORK"' EXIT
-  fi
+  [ -n "${GUI_WORK:-}" ] || gui_work
   mkdir -p "$GUI_WORK/.local/share"  # a home as GTK expects it (recent files)
   printf '%s\n' "$BODY" >"$GUI_WORK/body.sh"
   {
@@ -61,7 +80,7 @@ gone_window() {
   return 1
 }
 menu() {
-  xdotool windowfocus --sync "$win" 2>/dev/null
+  focus "$win"
   xdotool key F10
   sleep 0.2
   for i in $(seq "$1"); do xdotool key Right; done
@@ -70,12 +89,46 @@ menu() {
   xdotool key Return
   sleep 0.3
 }
+focus() { xdotool windowfocus --sync "$1" 2>/dev/null; }
+key() { focus "$win"; xdotool key "$1"; sleep 0.4; }
+close_box() {
+  local box
+  box=$(wait_window "$1") || fail "no $1 box"
+  focus "$box"
+  xdotool key Return
+  gone_window "$1" || fail "$1 box did not close"
+}
+wait_log() { for i in $(seq 100); do grep -qs "$1" pava.log && return; sleep 0.1; done; }
+aside() { xdotool windowmove "$1" 1300 1100; }
 shot() { import -window "$win" "$1"; }
 same() { [ "$(compare -metric AE "$1" "$2" null: 2>&1)" = 0 ]; }
+expect_shot() {
+  shot "$1.png"
+  if same "$1.png" "$3.png"; then [ "$2" = = ] || fail "$4"; else [ "$2" = ! ] || fail "$4"; fi
+}
 has_colour() {
   local n
   n=$(convert "$1" -fill black +opaque "$2" -fill white -opaque "$2" -format '%[fx:mean>0]' info:)
   [ "$n" = 1 ]
+}
+picture_area() {
+  local size
+  size=$(sed -n 's/.*Picture drawn (\([0-9]*x[0-9]*\)).*/\1/p' pava.log | tail -n 1)
+  [ -n "$size" ] || fail "no drawing logged: $(cat pava.log)"
+  W=${size%x*} H=${size#*x}
+  area=$(xwininfo -tree -id "$win" | awk -v g="${W}x${H}+" '$0 ~ g {print $1; exit}')
+  [ -n "$area" ] || fail "no ${W}x${H} window under the main window: $(xwininfo -tree -id "$win")"
+}
+as_rendered() {
+  local name=$1 file=$2 d
+  shift 2
+  sleep 0.4
+  import -window "$area" "$name.png"
+  "$bin/pava-cli" render "$file" -o "ref_$name.png" --width "$W" --height "$H" --lum 0:1023 \
+    --linearize "$@" >/dev/null || fail "pava-cli render $name"
+  d=$(compare -metric AE "$name.png" "ref_$name.png" null: 2>&1)
+  [ "$d" = 0 ] || fail "$name: $d pixels differ from pava-cli render (${W}x${H})"
+  echo "$name: equal (${W}x${H})"
 }
 EOS
     echo '"$bin/pava" "$@" 2>stderr &'
@@ -83,10 +136,10 @@ EOS
 pid=$!
 win=$(timeout 20 xdotool search --sync --onlyvisible --name '^Pava' | head -n 1)
 [ -n "$win" ] || fail "no main window"
-xdotool windowfocus --sync "$win" 2>/dev/null
+focus "$win"
 sleep 0.3
 . ./body.sh
-xdotool windowfocus --sync "$win" 2>/dev/null
+focus "$win"
 xdotool key ctrl+q
 for i in $(seq 50); do kill -0 $pid 2>/dev/null || break; sleep 0.1; done
 if kill -0 $pid 2>/dev/null; then echo "pava did not end"; kill $pid; exit 1; fi
@@ -98,8 +151,7 @@ EOS
   export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=0}
   HOME=$GUI_WORK xvfb-run -a -s "-screen 0 1280x1024x24" "$GUI_WORK/session.sh" "$@"
   local rc=$?
-  if grep -E 'Gtk-(WARNING|CRITICAL)|GLib-(WARNING|CRITICAL)|GLib-GObject-(WARNING|CRITICAL)' \
-    "$GUI_WORK/stderr"; then
+  if grep -E 'Gtk-|GLib-' "$GUI_WORK/stderr"; then
     echo "GTK complained"
     return 1
   fi

@@ -15,6 +15,7 @@ to standard output as whitespace-separated rows.
                                (degrees; phase = illuminated fraction 0..1)
   sgp4bench N                  pure-Python propagations per second
 """
+import datetime
 import math
 import sys
 import time
@@ -55,7 +56,7 @@ def cmd_passes(args):
     lat, lon, alt = float(args[1]), float(args[2]), float(args[3])
     start, hours = float(args[4]), float(args[5])
     ts = load.timescale(builtin=True)
-    t0 = ts.from_datetime(__import__("datetime").datetime.fromtimestamp(start, __import__("datetime").timezone.utc))
+    t0 = ts.from_datetime(datetime.datetime.fromtimestamp(start, datetime.timezone.utc))
     t1 = ts.tt_jd(t0.tt + hours / 24.0)
     here = wgs84.latlon(lat, lon, elevation_m=alt)
     for name, l1, l2 in element_sets(path):
@@ -67,8 +68,8 @@ def cmd_passes(args):
                 # bisect skyfield's own altitude to the millisecond.
                 t = refine_crossing(ts, sat, here, t)
             alt_deg = (sat - here).at(t).altaz()[0].degrees
-            unix = (t.utc_datetime().timestamp())
-            print(name.replace(" ", "_"), int(k), "%.3f" % unix, "%.6f" % alt_deg)
+            print(name.replace(" ", "_"), int(k), "%.3f" % t.utc_datetime().timestamp(),
+                  "%.6f" % alt_deg)
 
 
 def refine_crossing(ts, sat, here, t):
@@ -88,35 +89,32 @@ def refine_crossing(ts, sat, here, t):
     return ts.tt_jd((lo + hi) / 2.0)
 
 
-def ephem_date(unix):
+def ephem_at(body, unix):
+    """body computed from latitude 0, longitude 0, sea level, no refraction; the observer."""
     import ephem
-    return ephem.Date(unix / 86400.0 + 25567.5)  # ephem counts days from 1899-12-31 12:00
+    obs = ephem.Observer()
+    obs.lat, obs.lon, obs.elevation, obs.pressure = "0", "0", 0, 0
+    obs.date = ephem.Date(unix / 86400.0 + 25567.5)  # ephem counts days from 1899-12-31 12:00
+    body.compute(obs)
+    return obs
 
 
 def cmd_sun(args):
     import ephem
     for a in args:
-        unix = float(a)
-        obs = ephem.Observer()
-        obs.lat, obs.lon, obs.elevation, obs.pressure = "0", "0", 0, 0
-        obs.date = ephem_date(unix)
         s = ephem.Sun()
-        s.compute(obs)
+        obs = ephem_at(s, float(a))
         lon = math.degrees(float(s.g_ra) - float(obs.sidereal_time()))
-        lon = (lon + 180.0) % 360.0 - 180.0
-        print(a, "%.6f %.6f" % (lon, math.degrees(float(s.g_dec))))
+        print(a, "%.6f %.6f" % ((lon + 180.0) % 360.0 - 180.0, math.degrees(float(s.g_dec))))
 
 
 def cmd_moon(args):
     import ephem
     for a in args:
-        unix = float(a)
-        obs = ephem.Observer()
-        obs.lat, obs.lon, obs.elevation, obs.pressure = "0", "0", 0, 0
-        obs.date = ephem_date(unix)
         m = ephem.Moon()
-        m.compute(obs)
-        print(a, "%.6f %.6f %.6f" % (math.degrees(float(m.ra)), math.degrees(float(m.dec)), m.moon_phase))
+        ephem_at(m, float(a))
+        print(a, "%.6f %.6f %.6f" % (math.degrees(float(m.ra)), math.degrees(float(m.dec)),
+                                     m.moon_phase))
 
 
 def cmd_sgp4bench(args):

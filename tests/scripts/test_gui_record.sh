@@ -2,14 +2,13 @@
 # The recorder panel: "pava -sim FILE -record hrpt:a" opens "Record (A)HRPT",
 # replays the recording at the board's pace and draws it on the "Live" page
 # while the record file grows; quitting ends the pass with a closed file whose
-# header counts its lines. Record/(A)HRPT... opens the panel from the menu.
+# header counts its lines.
 set -u
 BIN=$1
 . "$(dirname "$0")/gui_common.sh"
 gui_require
 gui_sample_recording
-GUI_WORK=$(mktemp -d)
-trap 'rm -rf "$GUI_WORK"' EXIT
+gui_work
 # The replayed file: the sample recorded through the emulated board.
 "$BIN/pava-cli" record --type hrpt --channels a --once --emulate "$pic" --frames 30 \
   --start-after 1 --dir "$GUI_WORK/src" >/dev/null 2>&1 || { echo "pava-cli record failed"; exit 1; }
@@ -22,7 +21,6 @@ sleep 3
 shot live.png
 [ "$(identify -format %k live.png)" -gt 50 ] || fail "nothing drawn on the live page"
 ls rec/* >/dev/null 2>&1 || fail "no record file"
-true
 EOS
 )
 gui_session -sim "$src" -record hrpt:a || exit 1
@@ -31,10 +29,3 @@ size=$(stat -c %s "$f")
 n=$(od -An -t d2 -j 24 -N 2 "$f" | tr -d ' ')
 [ "$n" -gt 5 ] && [ $(( (size - 16000) % 13872 )) = 0 ] && [ $(( (size - 16000) / 13872 )) = "$n" ] ||
   { echo "FAIL record file: $n lines in header, $size bytes"; exit 1; }
-BODY=$(cat <<'EOS'
-menu 4 1                      # Record/(A)HRPT...
-wait_window "Record \\(A\\)HRPT" >/dev/null || fail "no recorder panel from the menu"
-true
-EOS
-)
-gui_session

@@ -15,11 +15,10 @@ trap 'rm -rf "$tmp"' EXIT
 fail() { echo "FAIL: $*"; exit 1; }
 
 cmake --install "$build" --prefix "$tmp/usr" >"$tmp/install.log" || fail "cmake --install"
-for f in bin/pava bin/pava-cli share/pava/gshhs_i.b share/pava/weather.txt \
-  share/pava/make_sample.sh share/applications/pava.desktop \
-  share/icons/hicolor/scalable/apps/pava.svg share/man/man1/pava.1 share/man/man1/pava-cli.1; do
-  [ -s "$tmp/usr/$f" ] || fail "not installed: $f"
-done
+files="bin/pava bin/pava-cli share/pava/gshhs_i.b share/pava/weather.txt
+  share/applications/pava.desktop share/icons/hicolor/scalable/apps/pava.svg
+  share/man/man1/pava.1 share/man/man1/pava-cli.1"
+for f in $files share/pava/make_sample.sh; do [ -s "$tmp/usr/$f" ] || fail "not installed: $f"; done
 [ ! -e "$tmp/usr/share/pava/noaa19_2020-10-26_0726.hrpt" ] || fail "the generated sample got installed"
 if command -v desktop-file-validate >/dev/null; then
   desktop-file-validate "$tmp/usr/share/applications/pava.desktop" || fail "desktop entry"
@@ -43,10 +42,9 @@ run_cli "$tmp/usr/bin/pava-cli" render "$tmp/pass.hrpt" -o "$tmp/inst.png" "${ar
 "$BIN/pava-cli" render "$tmp/pass.hrpt" -o "$tmp/ref.png" "${args[@]}" --grid --coast \
   --tle "$src/data/weather.txt" >/dev/null || fail "pava-cli render (build tree)"
 "$BIN/pava-cli" render "$tmp/pass.hrpt" -o "$tmp/bare.png" "${args[@]}" >/dev/null || fail "render without"
-[ "$(compare -metric AE "$tmp/inst.png" "$tmp/ref.png" null: 2>&1)" = 0 ] ||
-  fail "installed render differs from the build tree's"
-[ "$(compare -metric AE "$tmp/inst.png" "$tmp/bare.png" null: 2>&1)" != 0 ] ||
-  fail "installed render shows no grid or coast"
+same() { [ "$(compare -metric AE "$1" "$2" null: 2>&1)" = 0 ]; }
+same "$tmp/inst.png" "$tmp/ref.png" || fail "installed render differs from the build tree's"
+same "$tmp/inst.png" "$tmp/bare.png" && fail "installed render shows no grid or coast"
 echo "installed pava-cli: data found, grid and coast drawn"
 
 # The Debian package.
@@ -56,11 +54,7 @@ command -v dpkg-deb >/dev/null && [ -f "$build/CPackConfig.cmake" ] || exit 0
 deb=$(ls "$tmp"/pkg/pava_*.deb 2>/dev/null | head -n 1)
 [ -n "$deb" ] || fail "no .deb made"
 dpkg-deb -c "$deb" >"$tmp/contents"
-for f in usr/bin/pava usr/bin/pava-cli usr/share/pava/gshhs_i.b usr/share/pava/weather.txt \
-  usr/share/applications/pava.desktop usr/share/icons/hicolor/scalable/apps/pava.svg \
-  usr/share/man/man1/pava.1 usr/share/man/man1/pava-cli.1; do
-  grep -q " \./$f\$" "$tmp/contents" || fail "not in the package: $f"
-done
+for f in $files; do grep -q " \./usr/$f\$" "$tmp/contents" || fail "not in the package: $f"; done
 dep=$(dpkg-deb -f "$deb" Depends)
 for lib in libgtk2.0-0 libjpeg62-turbo libpng16-16 libftdi1-2 libc6; do
   [[ "$dep" == *"$lib"* ]] || fail "Depends lacks $lib: $dep"
@@ -68,6 +62,5 @@ done
 dpkg-deb -x "$deb" "$tmp/deb"
 run_cli "$tmp/deb/usr/bin/pava-cli" render "$tmp/pass.hrpt" -o "$tmp/deb.png" "${args[@]}" --grid \
   --coast >/dev/null || fail "packaged pava-cli render"
-[ "$(compare -metric AE "$tmp/deb.png" "$tmp/ref.png" null: 2>&1)" = 0 ] ||
-  fail "packaged render differs"
+same "$tmp/deb.png" "$tmp/ref.png" || fail "packaged render differs"
 echo "package $(basename "$deb"): contents and dependencies fine"

@@ -1,99 +1,72 @@
 #!/usr/bin/env python3
-"""pava-cli orbit commands: JSON shape, time order, error statuses.
-Argument: the build's bin directory."""
-import json
+"""pava-cli orbit commands: JSON shape, time order, error statuses."""
 import math
-import os
-import subprocess
-import sys
 
-BIN = sys.argv[1]
-SRC = os.environ.get("PAVA_SOURCE_DIR", os.path.join(os.path.dirname(__file__), "..", ".."))
-TLE = os.path.join(SRC, "data", "weather.txt")
-CLI = os.path.join(BIN, "pava-cli")
-failures = []
-
-
-def run(*args):
-    p = subprocess.run([CLI, *args], capture_output=True, text=True, timeout=120)
-    rows = [json.loads(l) for l in p.stdout.splitlines() if l.strip()]
-    return p.returncode, rows, p.stderr
-
-
-def check(cond, what):
-    if not cond:
-        failures.append(what)
-        print("FAIL:", what)
-
+from pavatest import TLE, check, cli, finish
 
 # tle: every satellite, then a selection.
-rc, rows, _ = run("tle", TLE)
+rc, rows, _ = cli("tle", TLE)
 check(rc == 0 and len(rows) == 15, "tle lists 15 satellites")
-rc, rows, _ = run("tle", TLE, "--select", "NOAA*;METOP-?")
+rc, rows, _ = cli("tle", TLE, "--select", "NOAA*;METOP-?")
 names = [r["name"] for r in rows]
 check(names == ["NOAA 15", "NOAA 18", "METOP-A", "NOAA 19", "METOP-B", "NOAA 20", "METOP-C",
                 "NOAA 21"], "tle --select keeps file order: %s" % names)
 n19 = rows[3]
-check(abs(n19["d_inclination"] - 99.1965) < 1e-4 and abs(n19["inclination"] - math.radians(99.1965)) < 1e-6,
-      "degrees and radians")
+check(abs(n19["d_inclination"] - 99.1965) < 1e-4
+      and abs(n19["inclination"] - math.radians(99.1965)) < 1e-6, "degrees and radians")
 check(abs(n19["bstar"] - 0.29872e-4) < 1e-12, "bstar expanded")
 check(n19["epoch"] == "2020-10-26T20:33:56.200Z", "epoch as ISO time to the ms: %s" % n19["epoch"])
 
 # position: inertial km, sub-satellite point, height.
-rc, rows, _ = run("position", "--tle", TLE, "--sat", "NOAA 19", "--at", "2020-10-27T00:00:00Z",
+rc, rows, _ = cli("position", "--tle", TLE, "--sat", "NOAA 19", "--at", "2020-10-27T00:00:00Z",
                   "--at", "2020-10-27T00:00:01.500Z")
 check(rc == 0 and len(rows) == 2, "position: two moments")
 r = rows[0]
-check(set(["x", "y", "z", "lon", "lat", "height_km"]) <= set(r), "position keys")
+check({"x", "y", "z", "lon", "lat", "height_km"} <= set(r), "position keys")
 check(abs(math.sqrt(r["x"] ** 2 + r["y"] ** 2 + r["z"] ** 2) - 6378.135 - r["height_km"]) < 1e-6,
       "height from the radius")
 check(800 < r["height_km"] < 900 and -180 <= r["lon"] <= 180, "NOAA 19 height and longitude")
 check(rows[1]["time"] == "2020-10-27T00:00:01.500Z", "milliseconds kept")
 
 # look: angles in degrees.
-rc, rows, _ = run("look", "--tle", TLE, "--sat", "NOAA 19", "--observer", "52,5,10",
+rc, rows, _ = cli("look", "--tle", TLE, "--sat", "NOAA 19", "--observer", "52,5,10",
                   "--at", "2020-10-27T05:40:00Z")
 check(rc == 0 and len(rows) == 1 and rows[0]["elevation"] > 20 and 0 <= rows[0]["azimuth"] < 360,
       "look: NOAA 19 up at 05:40")
-check(set(["azimuth", "elevation", "range_km", "x", "y"]) <= set(rows[0]), "look keys")
+check({"azimuth", "elevation", "range_km", "x", "y"} <= set(rows[0]), "look keys")
 
 # passes: count, then hours; time order, fields.
-rc, rows, _ = run("passes", "--tle", TLE, "--sat", "NOAA 1?;METOP-?", "--observer", "52,5,10",
-                  "--from", "2020-10-27T00:00:00Z", "--count", "8")
+where = ("--tle", TLE, "--observer", "52,5,10", "--from", "2020-10-27T00:00:00Z")
+rc, rows, _ = cli("passes", "--sat", "NOAA 1?;METOP-?", "--count", "8", *where)
 check(rc == 0 and len(rows) == 8, "passes --count 8")
 rises = [r["rise"] for r in rows]
 check(rises == sorted(rises), "passes in time order")
 check(all(r["rise"] < r["culmination"] < r["set"] for r in rows), "rise < culmination < set")
-check(all(set(["sat", "rise", "culmination", "max_elevation", "set", "going_south", "east"]) <= set(r)
+check(all({"sat", "rise", "culmination", "max_elevation", "set", "going_south", "east"} <= set(r)
           for r in rows), "pass keys")
-rc, rows, _ = run("passes", "--tle", TLE, "--sat", "NOAA 19", "--observer", "52,5,10",
-                  "--from", "2020-10-27T00:00:00Z", "--hours", "24", "--min-elev", "10.5")
+rc, rows, _ = cli("passes", "--sat", "NOAA 19", "--hours", "24", "--min-elev", "10.5", *where)
 check(rc == 0 and len(rows) >= 3 and all(r["max_elevation"] >= 10.5 for r in rows),
       "passes --hours with a fractional minimum elevation")
 check(all(r["rise"] < "2020-10-28T00:00:00" for r in rows), "passes within the hours")
 
 # sun and moon.
-rc, rows, _ = run("sun", "--at", "2020-06-21T12:00:00Z")
+rc, rows, _ = cli("sun", "--at", "2020-06-21T12:00:00Z")
 check(rc == 0 and abs(rows[0]["lat"] - 23.435) < 0.02, "sun: solstice latitude")
-rc, rows, _ = run("moon", "--at", "2020-10-31T14:49:00Z")
+rc, rows, _ = cli("moon", "--at", "2020-10-31T14:49:00Z")
 check(rc == 0 and 98 <= rows[0]["illumination"] <= 102 and 0 <= rows[0]["ra"] < 360, "moon: full")
-rc, rows, _ = run("moon", "--at", "2020-10-31T14:49:00Z", "--observer", "45,0,0")
+rc, rows, _ = cli("moon", "--at", "2020-10-31T14:49:00Z", "--observer", "45,0,0")
 check(rc == 0 and len(rows) == 1, "moon with observer")
 
-# Errors: a clear message and a non-zero status.
-rc, rows, err = run("tle", "/nonexistent/weather.txt")
-check(rc != 0 and "NORAD-file '/nonexistent/weather.txt' not found" in err, "missing file: " + err)
-rc, rows, err = run("position", "--tle", TLE, "--sat", "NOAA 19", "--at", "yesterday")
-check(rc != 0 and "bad time" in err and not rows, "bad time")
-rc, rows, err = run("look", "--tle", TLE, "--sat", "NOAA 99", "--observer", "52,5,10",
-                    "--at", "2020-10-27T00:00:00Z")
-check(rc != 0 and "NOAA 99" in err, "unknown satellite")
-rc, rows, err = run("passes", "--tle", TLE, "--sat", "NOAA 19", "--observer", "95,5,0",
-                    "--from", "2020-10-27T00:00:00Z", "--count", "1")
-check(rc != 0 and "bad observer" in err, "bad observer latitude")
-rc, rows, err = run("passes", "--tle", TLE, "--sat", "NOAA 19", "--observer", "52,5,0",
-                    "--from", "2020-10-27T00:00:00Z")
-check(rc != 0 and "--count" in err, "passes needs --count or --hours")
-
-print("%d failures" % len(failures))
-sys.exit(1 if failures else 0)
+# Errors: a clear message, a non-zero status and no rows.
+n19 = ("--tle", TLE, "--sat", "NOAA 19")
+for args, msg in [
+        (("tle", "/nonexistent/weather.txt"), "NORAD-file '/nonexistent/weather.txt' not found"),
+        (("position", *n19, "--at", "yesterday"), "bad time"),
+        (("look", "--tle", TLE, "--sat", "NOAA 99", "--observer", "52,5,10",
+          "--at", "2020-10-27T00:00:00Z"), "NOAA 99"),  # unknown satellite
+        (("passes", *n19, "--observer", "95,5,0", "--from", "2020-10-27T00:00:00Z", "--count",
+          "1"), "bad observer"),
+        (("passes", *n19, "--observer", "52,5,0", "--from", "2020-10-27T00:00:00Z"), "--count")]:
+    rc, rows, err = cli(*args)
+    check(rc != 0 and msg in err and not rows, "%s: %s" % (" ".join(args), err))
+finish()

@@ -1,71 +1,43 @@
 #!/usr/bin/env python3
 """pava-cli track --map: the world map PNG with the satellites where skyfield
 puts them (geocentric sub-satellite points), the observer's mark at its pixel
-and the sub-solar point lit while its antipode is in the night. Argument: the
-build's bin directory."""
-import json
+and the sub-solar point lit while its antipode is in the night."""
 import math
 import os
-import subprocess
-import sys
 import tempfile
 
-BIN = sys.argv[1]
-SRC = os.environ.get("PAVA_SOURCE_DIR", os.path.join(os.path.dirname(__file__), "..", ".."))
-TLE = os.path.join(SRC, "data", "weather.txt")
-try:
-    from PIL import Image
-    from skyfield.api import EarthSatellite, load
-    from skyfield.framelib import itrs
-except ImportError:
-    # Debian's packages live with the system interpreter.
-    if sys.executable != "/usr/bin/python3" and os.path.exists("/usr/bin/python3"):
-        os.execv("/usr/bin/python3", ["/usr/bin/python3"] + sys.argv)
-    print("PIL or skyfield missing")
-    sys.exit(77)
+from pavatest import TLE, check, finish, must, need
 
-failures = []
-
-
-def check(cond, what):
-    if not cond:
-        failures.append(what)
-        print("FAIL:", what)
-
+Image, api, framelib = need("PIL.Image", "skyfield.api", "skyfield.framelib")
 
 with tempfile.TemporaryDirectory() as d:
     png = os.path.join(d, "map.png")
-    p = subprocess.run([os.path.join(BIN, "pava-cli"), "track", "--map", png, "--from",
-                        "2020-10-27T06:00:00Z", "--elements", TLE, "--observer", "52,5",
-                        "--sats", "NOAA 19;METOP-B;FENGYUN 3D", "--current", "METOP-B",
-                        "--size", "1440x720"], capture_output=True, text=True, timeout=60)
-    check(p.returncode == 0, "status %d: %s" % (p.returncode, p.stderr))
-    out = json.loads(p.stdout)
+    out = must("track", "--map", png, "--from", "2020-10-27T06:00:00Z", "--elements", TLE,
+               "--observer", "52,5", "--sats", "NOAA 19;METOP-B;FENGYUN 3D", "--current",
+               "METOP-B", "--size", "1440x720", timeout=60)[0]
     img = Image.open(png).convert("RGB")
-    check(img.size == (1440, 720), "size %s" % (img.size,))
-    check(out["observer"]["x"] == 740 and out["observer"]["y"] == 152,
-          "observer at %s" % out["observer"])
-    check(img.getpixel((740, 152)) == (0, 0, 255), "observer mark %s" % (img.getpixel((740, 152)),))
+check(img.size == (1440, 720), "size %s" % (img.size,))
+check(out["observer"]["x"] == 740 and out["observer"]["y"] == 152,
+      "observer at %s" % out["observer"])
+check(img.getpixel((740, 152)) == (0, 0, 255), "observer mark %s" % (img.getpixel((740, 152)),))
 
-    ts = load.timescale()
-    t = ts.utc(2020, 10, 27, 6, 0, 0)
-    lines = open(TLE).read().splitlines()
-    tle = {lines[i].strip(): (lines[i + 1], lines[i + 2]) for i in range(0, len(lines) - 2, 3)}
-    check(len(out["sats"]) == 3, "three satellites: %s" % out["sats"])
-    for s in out["sats"]:
-        sat = EarthSatellite(*tle[s["name"]], s["name"], ts)
-        x, y, z = sat.at(t).frame_xyz(itrs).km
-        lon, lat = math.degrees(math.atan2(y, x)), math.degrees(math.atan2(z, math.hypot(x, y)))
-        dlon = (s["lon"] - lon + 180) % 360 - 180
-        check(abs(dlon) < 0.05 and abs(s["lat"] - lat) < 0.05,
-              "%s at %.3f,%.3f, skyfield %.3f,%.3f" % (s["name"], s["lon"], s["lat"], lon, lat))
-        colour = (255, 0, 0) if s["current"] else (128, 0, 0)
-        check(img.getpixel((s["x"], s["y"])) == colour,
-              "%s mark %s" % (s["name"], img.getpixel((s["x"], s["y"]))))
-    # Day and night: the sub-solar point is lit, its antipode is not.
-    sx, sy = out["sun"]["x"], out["sun"]["y"]
-    ax, ay = (sx + 720) % 1440, 719 - sy
-    lit, dark = img.getpixel((sx, sy + 3)), img.getpixel((ax, ay + 3))
-    check(sum(lit) > 1.5 * sum(dark), "sun side %s, night side %s" % (lit, dark))
-
-sys.exit(1 if failures else 0)
+ts = api.load.timescale()
+t = ts.utc(2020, 10, 27, 6, 0, 0)
+lines = open(TLE).read().splitlines()
+tle = {lines[i].strip(): (lines[i + 1], lines[i + 2]) for i in range(0, len(lines) - 2, 3)}
+check(len(out["sats"]) == 3, "three satellites: %s" % out["sats"])
+for s in out["sats"]:
+    sat = api.EarthSatellite(*tle[s["name"]], s["name"], ts)
+    x, y, z = sat.at(t).frame_xyz(framelib.itrs).km
+    lon, lat = math.degrees(math.atan2(y, x)), math.degrees(math.atan2(z, math.hypot(x, y)))
+    dlon = (s["lon"] - lon + 180) % 360 - 180
+    check(abs(dlon) < 0.05 and abs(s["lat"] - lat) < 0.05,
+          "%s at %.3f,%.3f, skyfield %.3f,%.3f" % (s["name"], s["lon"], s["lat"], lon, lat))
+    colour = (255, 0, 0) if s["current"] else (128, 0, 0)
+    check(img.getpixel((s["x"], s["y"])) == colour,
+          "%s mark %s" % (s["name"], img.getpixel((s["x"], s["y"]))))
+# Day and night: the sub-solar point is lit, its antipode is not.
+sx, sy = out["sun"]["x"], out["sun"]["y"]
+lit, dark = img.getpixel((sx, sy + 3)), img.getpixel(((sx + 720) % 1440, 719 - sy + 3))
+check(sum(lit) > 1.5 * sum(dark), "sun side %s, night side %s" % (lit, dark))
+finish()

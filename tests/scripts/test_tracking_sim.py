@@ -4,8 +4,8 @@ against the board emulator and hamlib's rotctld (dummy rotor): every pass
 above the minimum elevation that the tracker can take in turn is followed,
 with one rise and one set each, at the times skyfield predicts; rotctld got
 the targets of the passes and ends where the last target sent (the park
-position, away from the dummy rotor's start) put it. Argument: the build's bin directory."""
-import json
+position, away from the dummy rotor's start) put it."""
+import calendar
 import os
 import shutil
 import socket
@@ -13,39 +13,24 @@ import subprocess
 import sys
 import time
 
-BIN = sys.argv[1]
-SRC = os.environ.get("PAVA_SOURCE_DIR", os.path.join(os.path.dirname(__file__), "..", ".."))
-TLE = os.path.join(SRC, "data", "weather.txt")
-ORACLE = os.path.join(os.path.dirname(os.path.abspath(__file__)), "orbit_oracle.py")
-CLI = os.path.join(BIN, "pava-cli")
+from pavatest import HERE, TLE, check, cli, finish, need
+
+need("skyfield")
 START = 1603756800  # 2020-10-27T00:00:00Z
 HOURS = 24
 LAT, LON = 52.0, 5.0
 ELEV_DET = 10
 PARK = (123.4, 20.0)  # not where the dummy rotor starts (0, 0)
 TOL = 3.0  # seconds between the model and the oracle at rise and set
-failures = []
-
-
-def check(cond, what):
-    if not cond:
-        failures.append(what)
-        print("FAIL:", what)
-
 
 if not shutil.which("rotctld"):
     print("rotctld missing")
     sys.exit(77)
-ok = subprocess.run(["/usr/bin/python3", "-c", "import skyfield"], capture_output=True)
-if ok.returncode != 0:
-    print("skyfield missing")
-    sys.exit(77)
-
 # Passes predicted by skyfield, from an hour before the start (passes in
 # progress); computed while the simulation runs.
-oracle = subprocess.Popen(["/usr/bin/python3", ORACLE, "passes", TLE, str(LAT), str(LON), "0",
-                           str(START - 3600), str(HOURS + 2)], stdout=subprocess.PIPE, text=True)
-
+oracle = subprocess.Popen([sys.executable, os.path.join(HERE, "orbit_oracle.py"), "passes", TLE,
+                           str(LAT), str(LON), "0", str(START - 3600), str(HOURS + 2)],
+                          stdout=subprocess.PIPE, text=True)
 s = socket.socket()
 s.bind(("127.0.0.1", 0))
 port = s.getsockname()[1]
@@ -54,55 +39,52 @@ rot = subprocess.Popen(["rotctld", "-m", "1", "-T", "127.0.0.1", "-t", str(port)
                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 
 
-def rotctl(cmd):
+def rotctl_pos():
+    """The rotor's position through rotctld's "p" command."""
     with socket.create_connection(("127.0.0.1", port), timeout=3) as c:
-        c.sendall(cmd.encode())
+        c.sendall(b"p\n")
         data = b""
-        while data.count(b"\n") < (2 if cmd == "p\n" else 1):
+        while data.count(b"\n") < 2:
             chunk = c.recv(100)
             if not chunk:
                 break
             data += chunk
-        return data.decode().split()
+        return [float(v) for v in data.decode().split()[:2]]
+
+
+def unix(ev):
+    return calendar.timegm(time.strptime(ev["time"][:19], "%Y-%m-%dT%H:%M:%S"))
 
 
 try:
     for _ in range(100):
         try:
-            rotctl("p\n")
+            rotctl_pos()
             break
         except OSError:
             time.sleep(0.05)
     t0 = time.time()
-    p = subprocess.run([CLI, "track", "--simulate", "--from", "2020-10-27T00:00:00Z", "--hours",
-                        str(HOURS), "--elements", TLE, "--observer", "%g,%g" % (LAT, LON),
-                        "--elev-det", str(ELEV_DET), "--sats", "*", "--nr", "3",
-                        "--board-emulator", "--rotctld", "127.0.0.1:%d" % port,
-                        "--park", "%g,%g" % PARK, "--no-exec"],
-                       capture_output=True, text=True, timeout=300)
+    st, events, err = cli("track", "--simulate", "--from", "2020-10-27T00:00:00Z", "--hours",
+                          HOURS, "--elements", TLE, "--observer", "%g,%g" % (LAT, LON),
+                          "--elev-det", ELEV_DET, "--sats", "*", "--nr", "3", "--board-emulator",
+                          "--rotctld", "127.0.0.1:%d" % port, "--park", "%g,%g" % PARK,
+                          "--no-exec")
     print("simulated %d h in %.1f s" % (HOURS, time.time() - t0))
-    check(p.returncode == 0, "exit status %d: %s" % (p.returncode, p.stderr[-300:]))
-    events = [json.loads(l) for l in p.stdout.splitlines()]
+    check(st == 0, "exit status %d: %s" % (st, err[-300:]))
     out, _ = oracle.communicate(timeout=300)
     check(oracle.returncode == 0, "oracle failed")
     passes = []  # (rise, set, max_alt, name)
     cur = {}
-    rows = [l.split() for l in out.splitlines() if l.strip()]
-    for name, kind, unix, alt in rows:
-        name = name.replace("_", " ").strip()
-        kind, unix, alt = int(kind), float(unix), float(alt)
+    for name, kind, t, alt in (l.split() for l in out.splitlines() if l.strip()):
+        name, kind, t, alt = name.replace("_", " ").strip(), int(kind), float(t), float(alt)
         if kind == 0:
-            cur[name] = [unix, None, -90.0]
+            cur[name] = [t, None, -90.0]
         elif kind == 1 and name in cur:
             cur[name][2] = max(cur[name][2], alt)
         elif kind == 2 and name in cur:
             r = cur.pop(name)
-            passes.append((r[0], unix, r[2], name))
+            passes.append((r[0], t, r[2], name))
     passes.sort()
-
-    def unix(ev):
-        import calendar
-        return calendar.timegm(time.strptime(ev["time"][:19], "%Y-%m-%dT%H:%M:%S"))
 
     followed = []  # (name, rise, set)
     open_rise = None
@@ -117,14 +99,13 @@ try:
                 followed.append((ev["sat"], open_rise[1], unix(ev)))
             open_rise = None
     aborts = [ev for ev in events if ev["event"] == "abort"]
-    check(len(aborts) == len(followed), "one abort per set: %d vs %d" % (len(aborts), len(followed)))
+    check(len(aborts) == len(followed), "one abort per set: %d vs %d" %
+          (len(aborts), len(followed)))
 
     # The tracker takes the earliest pass still to come (or in progress) when
     # a list is built, and the next one at each set. Passes near the minimum
     # elevation may fall either way between the models.
-    t = START
-    i = 0
-    end = START + HOURS * 3600
+    t, i, end = START, 0, START + HOURS * 3600
     while True:
         mandatory = [q for q in passes if q[1] > t + 1 and q[2] >= ELEV_DET + 0.3]
         optional = [q for q in passes if q[1] > t + 1 and abs(q[2] - ELEV_DET) < 0.3]
@@ -140,9 +121,8 @@ try:
         check(match, "pass %d: followed %s %d..%d, expected %s %d..%d" %
               (i, name, rise, st, want[3], want[0], want[1]))
         if match:
-            q = match[0]
-            check(abs(rise - max(q[0], t)) <= TOL + 1, "rise of %s at %d, predicted %d" %
-                  (name, rise, q[0]))
+            check(abs(rise - max(match[0][0], t)) <= TOL + 1,
+                  "rise of %s at %d, predicted %d" % (name, rise, match[0][0]))
         t = st
         i += 1
     print("followed %d passes" % len(followed))
@@ -166,7 +146,7 @@ try:
     deadline = time.time() + 40
     pos = None
     while az is not None and time.time() < deadline:
-        pos = [float(v) for v in rotctl("p\n")[:2]]
+        pos = rotctl_pos()
         if abs(pos[0] - az) < 0.2 and abs(pos[1] - el) < 0.2:
             break
         time.sleep(0.2)
@@ -177,5 +157,4 @@ finally:
         oracle.kill()
     rot.terminate()
     rot.wait()
-
-sys.exit(1 if failures else 0)
+finish()

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # pava-cli usb: frames through the board emulator, capture and replay of the
-# raw USB stream, and the connection error without a board.
+# raw USB stream, the D2XX and libftdi backends, and the connection error
+# without a board.
 set -u
 bin=$1
 shared=${PAVA_SHARED_DIR:?}/testdata
@@ -9,52 +10,42 @@ cadu=$shared/ccsds/snpp_synchronized_cadus_2016-02-10.dat
 tmp=$(mktemp -d)
 trap 'rm -rf "$tmp"' EXIT
 fail=0
-check() {  # check NAME EXPECTED ACTUAL
-  if [ "$2" != "$3" ]; then
-    echo "FAIL $1: expected $2, got $3"
-    fail=1
-  fi
+expect() {  # expect NAME EXPECTED-OUTPUT ARGS...: pava-cli usb ARGS prints EXPECTED-OUTPUT
+  local name=$1 want=$2 out
+  shift 2
+  out=$(timeout 60 "$bin/pava-cli" usb "$@" 2>&1)
+  [ "$out" = "$want" ] || { echo "FAIL $name: expected $want, got $out"; fail=1; }
 }
+frames() { echo "{\"type\":\"$1\",\"frames\":$2,\"in_sync\":$2,\"out_of_sync\":0,\"device_lost\":false}"; }
 
-out=$(timeout 60 "$bin/pava-cli" usb frames --emulate "$hrpt")
-check "hrpt frames" '{"type":"hrpt","frames":30,"in_sync":30,"out_of_sync":0,"device_lost":false}' "$out"
-
-out=$(timeout 60 "$bin/pava-cli" usb frames --emulate "$cadu" --type metop)
-check "metop frames" '{"type":"metop","frames":65,"in_sync":65,"out_of_sync":0,"device_lost":false}' "$out"
-
-out=$(timeout 60 "$bin/pava-cli" usb info --emulate "$hrpt")
-check "info" '{"backend":"emulator","firmware":"45 4D 55 31","mode":0,"mode_name":"HRPT"}' "$out"
-
+expect "hrpt frames" "$(frames hrpt 30)" frames --emulate "$hrpt"
+expect "metop frames" "$(frames metop 65)" frames --emulate "$cadu" --type metop
+expect "info" '{"backend":"emulator","firmware":"45 4D 55 31","mode":0,"mode_name":"HRPT"}' \
+  info --emulate "$hrpt"
 # 5 frames of 22180 bytes captured and replayed: the short last block ends the
 # replay (its bytes are not used once recording stops), so 4 whole frames.
 timeout 60 "$bin/pava-cli" usb capture --emulate "$hrpt" --out "$tmp/cap.bin" --bytes 110900 >/dev/null
-check "capture size" 110900 "$(stat -c %s "$tmp/cap.bin")"
-out=$(timeout 60 "$bin/pava-cli" usb frames --replay "$tmp/cap.bin")
-check "replay" '{"type":"hrpt","frames":4,"in_sync":4,"out_of_sync":0,"device_lost":false}' "$out"
-
-# No board, no serial number: the message ends in "USB ".
-err=$(timeout 60 "$bin/pava-cli" usb info --backend emulator 2>&1 >/dev/null)
-status=$?
-check "no board status" 1 "$status"
-check "no board message" "pava-cli: Can't connect to decoder via USB " "$err"
+[ "$(stat -c %s "$tmp/cap.bin")" = 110900 ] || { echo "FAIL capture size"; fail=1; }
+expect "replay" "$(frames hrpt 4)" frames --replay "$tmp/cap.bin"
+# No board, no serial number: status 1, the message ends in "USB ".
+expect "no board" "pava-cli: Can't connect to decoder via USB " info --backend emulator
+timeout 60 "$bin/pava-cli" usb info --backend emulator >/dev/null 2>&1
+[ $? = 1 ] || { echo "FAIL no board status"; fail=1; }
 
 # The D2XX backend through a stand-in library: chosen by "auto" when loadable.
 fake=$bin/../fake-d2xx
 if [ -f "$fake/libftd2xx.so" ]; then
-  out=$(LD_LIBRARY_PATH=$fake timeout 60 "$bin/pava-cli" usb list)
-  check "d2xx list" '{"backend":"d2xx","devices":[{"serial":"D2XXFAKE","description":"Fake D2XX","id":0}]}' "$out"
-  out=$(LD_LIBRARY_PATH=$fake timeout 60 "$bin/pava-cli" usb info --backend d2xx)
-  check "d2xx info" '{"backend":"d2xx","firmware":"44 32 58 58","mode":0,"mode_name":"HRPT"}' "$out"
+  LD_LIBRARY_PATH=$fake expect "d2xx list" \
+    '{"backend":"d2xx","devices":[{"serial":"D2XXFAKE","description":"Fake D2XX","id":0}]}' list
+  LD_LIBRARY_PATH=$fake expect "d2xx info" \
+    '{"backend":"d2xx","firmware":"44 32 58 58","mode":0,"mode_name":"HRPT"}' info --backend d2xx
 else
   echo "FAIL: $fake/libftd2xx.so not built"
   fail=1
 fi
 # Without it (and no D2XX installed) the program still runs, on libftdi1.
 if ! ldconfig -p 2>/dev/null | grep -q libftd2xx; then
-  out=$(timeout 60 "$bin/pava-cli" usb list)
-  check "libftdi list" '{"backend":"libftdi","devices":[]}' "$out"
-  err=$(timeout 60 "$bin/pava-cli" usb list --backend d2xx 2>&1 >/dev/null)
-  check "no d2xx" "pava-cli: USB backend not available: d2xx" "$err"
+  expect "libftdi list" '{"backend":"libftdi","devices":[]}' list
+  expect "no d2xx" "pava-cli: USB backend not available: d2xx" list --backend d2xx
 fi
-
 exit $fail
