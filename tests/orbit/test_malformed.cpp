@@ -48,6 +48,10 @@ TEST(MalformedElements, FewerSatellitesNeverACrash) {
       {kName + kL1 + "2 33591  xx.xxxx yyy.yyyy zzzzzzz  69.1900 291.0860 qq.qqqqqqqq603681\n", 1,
        "non-numeric line 2 (no model state)"},
       {kName + std::string(5000, '1') + "\n" + kGood, 1, "a 5000-character line"},
+      // 98 characters and the line feed fill the 99 read at a time: skipped,
+      // the pair around it holds; 97 and the line feed are an ordinary line.
+      {kName + kL1 + std::string(98, 'x') + "\n" + kL2, 1, "98-character line between the pair"},
+      {kName + kL1 + std::string(97, 'x') + "\n" + kL2, 0, "97-character line breaks the pair"},
       {std::string(5000, 'x') + "\n1 short\n2 short\n" + kGood, 2,
        "long line then a short pair (its tail is a line of its own)"},
       {"", 0, "empty file"},

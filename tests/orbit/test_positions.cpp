@@ -51,30 +51,12 @@ TEST(Sgp4Model, DecayedOrbitReportsErrorWithoutCrash) {
   EXPECT_EQ(pos[0], 1.0);  // outputs untouched on failure
 }
 
-TEST(OrbitTime, JulianDateAndSiderealAngle) {
-  struct tm j2000 = utc(2000, 1, 1, 12);
-  EXPECT_DOUBLE_EQ(orbit_julian_date(&j2000, 0), 2451545.0);
-  EXPECT_NEAR(orbit_julian_date(&j2000, 500), 2451545.0 + 0.5 / 86400.0, 1e-9);
-  // GMST at J2000.0 is 18h 41m 50.54841s = 280.46061837 degrees.
-  EXPECT_NEAR(ThetaG_JD(2451545.0) * 180.0 / M_PI, 280.46061837, 1e-6);
-  // Meeus example 12.a: 1987-04-10 0h UT, GMST 13h 10m 46.3668s.
-  EXPECT_NEAR(ThetaG_JD(2446895.5) * 12.0 / M_PI, 13.0 + 10.0 / 60 + 46.3668 / 3600, 1e-6);
-  EXPECT_DOUBLE_EQ(Modulus(-1.0, 360.0), 359.0);
-  EXPECT_DOUBLE_EQ(Modulus(725.0, 360.0), 5.0);
-  EXPECT_GE(Modulus(-1e-18, 2 * M_PI), 0.0);
-  EXPECT_LT(Modulus(-1e-18, 2 * M_PI), 2 * M_PI);
-}
-
-TEST(OrbitConstants, PeriodAndHeightFromMeanMotion) {
+TEST(OrbitConstants, PeriodHeightAndZeroMotion) {
   SAT* s = weather("NOAA 19");
-  ASSERT_NE(s, nullptr);
   EXPECT_NEAR(s->orbit.loop_time, 86400.0 / 14.12436128, 1e-2);
-  // Mean height of NOAA 19: about 850 km.
-  EXPECT_NEAR(s->orbit.height, 850e3, 15e3);
+  EXPECT_NEAR(s->orbit.height, 850e3, 15e3);  // NOAA 19: about 850 km
   Remove_Sat(s);
-}
-
-TEST(OrbitConstants, ZeroMotionLeavesPeriodAndHeight) {
+  // Zero motion leaves period and height as they were.
   KEPLER k{};
   ORBIT o{};
   o.loop_time = 1234.0f;
@@ -136,14 +118,9 @@ TEST(LookAngles, ZenithAndHorizonGeometry) {
   };
   place(up, 0, 800.0);
   DIRECTION d{};
-  const double h = calceleazim_v2(0, &t, &sat, &obs, &d);
+  calceleazim_v2(0, &t, &sat, &obs, &d);
   EXPECT_NEAR(d.elev, M_PI / 2, 1e-3);
   EXPECT_NEAR(d.dist, 800.0, 1e-2);
-  EXPECT_NEAR(h,
-              (std::sqrt(double(sat.x) * sat.x + double(sat.y) * sat.y + double(sat.z) * sat.z) -
-               6378.135) *
-                  1000.0,
-              1.0);
   // North of the observer along the meridian: azimuth 0 (or 2 pi).
   const double north[3] = {-std::sin(obs.lat) * std::cos(th), -std::sin(obs.lat) * std::sin(th),
                            std::cos(obs.lat)};
@@ -173,24 +150,6 @@ TEST(LookAngles, SphericalFormula) {
   sub.lon = static_cast<float>(-20 * kDeg);
   calceleazim_v1(1.5e11, &sub, &obs, &d);
   EXPECT_NEAR(d.azim, 3 * M_PI / 2, 1e-4);
-}
-
-TEST(LookAngles, OrbitModelAndSphereAgreeRoughly) {
-  // The two formulas for one satellite position: the sphere ignores the
-  // flattening, so they agree to a few tenths of a degree.
-  SAT* s = weather("METOP-B");
-  const EPOINT obs = observer(52, 5);
-  const tm_s t{utc(2020, 10, 27, 9, 10), 0};
-  EPOINT sub{};
-  DIRECTION a{}, b{};
-  double h = 0;
-  ASSERT_EQ(calc_onepos(s, &t.tm, 0, &sub, nullptr, &h), 0);
-  calc_satrelpos(&sub, &a, &obs, s, &t);
-  calceleazim_v1(h, &sub, &obs, &b);
-  EXPECT_NEAR(a.elev, b.elev, 0.6 * kDeg);
-  EXPECT_NEAR(std::remainder(a.azim - b.azim, 2 * M_PI), 0.0, 0.6 * kDeg);
-  EXPECT_NEAR(a.dist, b.dist, 30.0);
-  Remove_Sat(s);
 }
 
 TEST(Positions, ForcedPositionAndSun) {
@@ -313,7 +272,6 @@ TEST(RotorTarget, ParkCountdownAndOffsetAccumulation) {
   EXPECT_EQ(calc_rotpos(&dir, 1, &rot, horiz, 1.0f), 0);
   EXPECT_NEAR(rot.to_rotor.x, 90.5f, 1e-4);
 }
-
 TEST(RangeRate, SignFollowsTheDistance) {
   SAT* s = weather("NOAA 19");
   const EPOINT obs = observer(52, 5);

@@ -19,11 +19,6 @@ TEST(Sun, AlmanacStepsAtJ2000) {
   EXPECT_FLOAT_EQ(meanLongitudeDegrees(d), 280.46f);
   EXPECT_FLOAT_EQ(hourOfDay(&t), 12.0f);
   EXPECT_FLOAT_EQ(greenwichMeanSiderealTimeHours(0.0f, 12.0f), 18.697375f);
-  // A day later: 0.9856474 degree further, one day of fraction.
-  struct tm t1 = orbit_test::utc(2000, 1, 2, 18);
-  EXPECT_FLOAT_EQ(astronomersAlmanacTime(&t1), 1.25f);
-  EXPECT_FLOAT_EQ(meanLongitudeDegrees(1.0f), 281.4456474f);
-  EXPECT_FLOAT_EQ(hourOfDay(&t1), 18.0f);
   // Before 2000 the angles wrap into their ranges from below.
   EXPECT_FLOAT_EQ(range(-30.0f), 330.0f);
   EXPECT_DOUBLE_EQ(rangerad(-1.0), 6.28318530717959 - 1.0);
@@ -51,9 +46,6 @@ TEST(Moon, ObserverLongitudeIsNotUsedLatitudeIs) {
   const double z = dist * std::sin(dec) - std::sin(phi);
   EXPECT_NEAR(rangerad(north.lon), rangerad(std::atan2(y, x)), 1e-6);
   EXPECT_NEAR(north.lat, std::atan2(z, std::hypot(x, y)), 1e-6);
-  // Parallax: up to about a degree between geocentric and topocentric.
-  EXPECT_LT(std::fabs(north.lat - dec), 1.1 * kDeg);
-  EXPECT_TRUE(dist > 55.0 && dist < 64.0) << dist;
 }
 
 TEST(Moon, IlluminationCodeThroughALunation) {
@@ -64,9 +56,7 @@ TEST(Moon, IlluminationCodeThroughALunation) {
   } rows[] = {
       {10, 16, 19, 31, 0, 2, "new moon 2020-10-16 (0, or 200 just after)"},
       {10, 23, 13, 23, 47, 53, "first quarter: half lit, waxing"},
-      {10, 31, 14, 49, 98, 102, "full moon"},
       {11, 8, 13, 46, 147, 153, "last quarter: half lit, waning"},
-      {11, 14, 12, 0, 190, 200, "old crescent before the new moon of 11-15"},
   };
   for (const Row& r : rows) {
     struct tm t = orbit_test::utc(2020, r.mo, r.d, r.h, r.mi);
