@@ -58,15 +58,12 @@ std::string record_file(const Bytes& units, int rs_flag, const char* kind = "met
     write_qnoaahdr_file(pic, fp);
   else
     write_metophdr_file(pic, fp);
-  std::fwrite(units.data(), 1, units.size(), fp);
-  std::fflush(fp);
-  std::fseek(fp, 0, SEEK_SET);
-  std::string all(size_t(1024) + units.size(), '\0');
-  size_t got = std::fread(all.data(), 1, all.size(), fp);
-  all.resize(got);
+  std::rewind(fp);
+  std::string all(1024, '\0');
+  all.resize(std::fread(all.data(), 1, all.size(), fp));
   std::fclose(fp);
   pic_delete(pic);
-  return all;
+  return all + std::string(units.begin(), units.end());
 }
 
 // Line k (k >= 1) holds packet k-1's samples and, in its header words,

@@ -67,11 +67,6 @@ TEST(OpenFile, ResultCodes) {
   // A type without a reader.
   EXPECT_EQ(o.open(pgm, FT_LRIT), 't');
   EXPECT_EQ(o.pic->fp, nullptr);
-  // An unknown CCSDS identifier text and a name starting with "F": FY-3.
-  std::string f = dir.file("FY_pass.dat");
-  testutil::write_file(f, std::string("\x1A\xCF\xFC\x1D????", 8) + std::string(4088, '\0'));
-  o.open(f);
-  EXPECT_EQ(o.pic->file_type, FT_FY3);
 }
 
 TEST(OpenFile, ReopenReplacesThePicture) {
