@@ -38,14 +38,7 @@ TEST(CaduHeaders, SharedVectorsParse) {
   }
 }
 
-TEST(CaduHeaders, BitReadersAndSync) {
-  const uint8_t b[4] = {0xFF, 0x00, 0xAB, 0xCD};
-  // A null pointer continues from the last position.
-  EXPECT_EQ(std::vector<int>({extr_word(b), extr_word(nullptr), extr_word(b, 4)}),
-            std::vector<int>({0x3FC, 0x00A, 0x3C0}));
-  EXPECT_EQ(std::vector<int>({extr_word8(b + 2), extr_word8(nullptr), extr_word8(b + 2, 4)}),
-            std::vector<int>({0xAB, 0xCD, 0xBC}));
-
+TEST(CaduHeaders, MarkerStrictAndLenient) {
   // Marker: strict needs all four bytes, lenient any one of them.
   const uint8_t m[4][4] = {
       {0x1A, 0xCF, 0xFC, 0x1D}, {0x1A, 0, 0, 0}, {0, 0, 0, 0x1D}, {0, 0, 0, 0}};
@@ -67,16 +60,6 @@ TEST(CaduHeaders, DayCounts) {
   for (auto r : rows) EXPECT_EQ(metop_daycnt2noaa_dcnt(r.day), r.doy) << r.day;
   EXPECT_EQ(fy3_daycnt2noaa_dcnt(366), 1);
   EXPECT_GE(metop_daycnt2noaa_dcnt(65535), 1);  // largest day count: bounded walk
-}
-
-TEST(CaduDerandomise, SequenceAndInverse) {
-  uint8_t z[300] = {0};
-  ccsds_derandomise(z, 300);
-  const uint8_t head[8] = {0xFF, 0x48, 0x0E, 0xC0, 0x9A, 0x0D, 0x70, 0xBC};
-  EXPECT_EQ(std::memcmp(z, head, 8), 0);
-  EXPECT_EQ(z[255], 0xFF);  // period 255
-  ccsds_derandomise(z, 300);
-  for (uint8_t b : z) EXPECT_EQ(b, 0);
 }
 
 // Return codes and the packet path of mtp_avhrr_frame2line.

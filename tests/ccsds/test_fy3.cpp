@@ -59,27 +59,6 @@ TEST(Fy3Sync, PatternStraddlingTwoFramesIsFoundInTheSecond) {
   EXPECT_EQ(std::vector<uint16_t>(got[1].begin() + 1600, got[1].end()), s.lines[0]);
   EXPECT_EQ(std::vector<uint16_t>(got[1].begin(), got[1].begin() + 6),
             (std::vector<uint16_t>{644, 367, 860, 413, 527, 149}));
-
-  // The offset points 16 bits before the zone: 14 bits of the pattern are in
-  // unit 30, 10 were in unit 29.
-  fy3_reset();
-  for (int k = 0; k < 30; k++) search_inner_sync(s.fw.out.data() + 1024 * k);
-  EXPECT_EQ(search_inner_sync(s.fw.out.data() + 1024 * 30), 14 * 8 + 13 - 23);
-  // Without the carried register the second unit alone has no pattern.
-  fy3_reset();
-  EXPECT_EQ(search_inner_sync(s.fw.out.data() + 1024 * 30), 0);
-}
-
-TEST(Fy3Sync, MersiPattern) {
-  fy3_reset();
-  Bytes f = unit(3, 0);
-  // 0x7FF8004 starting at bit 4 of zone byte 100.
-  uint32_t pat = 0x7FF8004;
-  long bit0 = (14 + 100) * 8 + 4;
-  for (int i = 0; i < 28; i++)
-    if ((pat >> (27 - i)) & 1) f[(bit0 + i) >> 3] |= uint8_t(0x80 >> ((bit0 + i) & 7));
-  EXPECT_EQ(search_inner_sync_mersi(f.data()), bit0);
-  EXPECT_EQ(search_inner_sync(f.data()), 0);
 }
 
 TEST(Fy3Buffer, GapFillingAndCopyClipping) {

@@ -44,7 +44,7 @@ struct RawPic {
 
 // "YYYY-MM-DD hh:mm:ss.mmm" of a line time, for comparing in one assertion.
 inline std::string stamp(const tm_ms& t) {
-  char b[40];
+  char b[96];
   std::snprintf(b, sizeof b, "%04d-%02d-%02d %02d:%02d:%02d.%03d", t.tm.tm_year + 1900,
                 t.tm.tm_mon + 1, t.tm.tm_mday, t.tm.tm_hour, t.tm.tm_min, t.tm.tm_sec, t.ms);
   return b;

@@ -17,27 +17,6 @@
 
 namespace {
 
-// Independent reference: the four words as one 40-bit big-endian number.
-void ref_pack(const uint16_t* w, uint8_t* b) {
-  uint64_t v = 0;
-  for (int i = 0; i < 4; i++) v = (v << 10) | (w[i] & 0x3FF);
-  for (int i = 0; i < 5; i++) b[i] = uint8_t(v >> (32 - 8 * i));
-}
-
-TEST(HptPacking, MatchesBitStreamAndRoundTrips) {
-  fmtsamples::Rng rng(77);
-  for (int n = 0; n < 2000; n++) {
-    uint16_t w[4], back[4];
-    for (auto& v : w) v = rng.next10();
-    uint8_t b[5], r[5];
-    hpt_pack(w, b);
-    ref_pack(w, r);
-    ASSERT_EQ(std::memcmp(b, r, 5), 0) << "seed 77, group " << n;
-    hpt_unpack(b, back);
-    ASSERT_EQ(std::memcmp(w, back, sizeof w), 0) << "seed 77, group " << n;
-  }
-}
-
 TEST(HptFile, RoundTripHptAndChpt) {
   testutil::TempDir dir;
   struct Row {
@@ -123,13 +102,6 @@ TEST(HptFile, SkippingFaultyLines) {
   view->skip_faulty_lines = 0;
   line = 0;
   EXPECT_EQ(read_hpt_line(pic, view.get(), &line, w.data()), 0);
-  // Only the own-sync mask: lines 0 and 1 are passed over, line 2 returned.
-  view->skip_faulty_lines = 1;
-  view->mask_skip = 0x0C;
-  view->scan_ver = N_S;
-  line = 0;
-  EXPECT_EQ(read_hpt_line(pic, view.get(), &line, w.data()) & 0x0C, 0x0C);
-  EXPECT_EQ(line, 3);
 }
 
 TEST(HptFile, ShorterThanItsSkippedStart) {

@@ -105,18 +105,4 @@ TEST(MeteorMhrpt2, OnePositionFailsTheSearch) {
   EXPECT_EQ(o.open(p), 'p');
 }
 
-TEST(MeteorDump, OneBytePerWordWithBitFourOfWordThree) {
-  testutil::TempDir dir;
-  std::string p = dir.file("dump.bin");
-  PICINFO* pic = pic_new();
-  pic->fri.words_per_frame = 6;
-  pic->fp = std::fopen(p.c_str(), "wb");
-  const uint16_t w[6] = {0x101, 0x2FF, 3, 0x10, 0x11, 0x3FE};
-  dump_mhrpt1_line(pic, w);
-  std::fclose(pic->fp);
-  pic->fp = nullptr;
-  pic_delete(pic);
-  EXPECT_EQ(testutil::read_file(p), std::string("\x01\xFF\x03\x11\x11\xFE", 6));
-}
-
 }  // namespace
