@@ -11,19 +11,19 @@
 namespace {
 
 // Feeds bytes; returns the words completed.
-std::vector<int> feed(USB_UNPACKER* u, const std::vector<uint8_t>& bytes, int iqtest = 0) {
+std::vector<int> feed(USB_UNPACKER* u, const std::vector<uint8_t>& bytes) {
   std::vector<int> words;
   for (uint8_t b : bytes) {
     int w;
-    if (usb_unpack_byte(u, b, iqtest, &w)) words.push_back(w);
+    if (usb_unpack_byte(u, b, 0, &w)) words.push_back(w);
   }
   return words;
 }
 // The same from a fresh unpacker in mode.
-std::vector<int> unpack(int mode, const std::vector<uint8_t>& bytes, int iqtest = 0) {
+std::vector<int> unpack(int mode, const std::vector<uint8_t>& bytes) {
   USB_UNPACKER u{};
   u.mode = mode;
-  return feed(&u, bytes, iqtest);
+  return feed(&u, bytes);
 }
 
 const uint8_t kAsm[4] = {0x1A, 0xCF, 0xFC, 0x1D};
@@ -97,12 +97,6 @@ TEST(UsbUnpack, Mode0MarkerElsewhereIgnoredInSyncTakenOutOfSync) {
   auto x = unpack(0, t);
   EXPECT_EQ(x[777 + 3], 0x1A | USBW_START | USBW_INSYNC);
   for (int i = 0; i < 777 + 3; i++) EXPECT_EQ(x[i] & USBW_INSYNC, 0) << i;
-}
-
-TEST(UsbUnpack, Mode0IqTestPassesBytesThroughInSync) {
-  auto w = unpack(0, {0x01, 0x1A, 0xCF, 0xFC, 0x1D}, 1);
-  ASSERT_EQ(w.size(), 5u);
-  EXPECT_TRUE(w[0] == 0x01 + 2048 && w[4] == 0x1D + 2048);  // no marker search
 }
 
 TEST(UsbUnpack, Mode4AllMarkersClearMeansOutOfSync) {
