@@ -1,6 +1,6 @@
-// Pass simulator: the scene geometry on the WGS 84 ellipsoid, the land mask,
-// thermal counts that the display's calibration turns back into the scene's
-// temperatures.
+// Pass simulator: the land mask, thermal counts that the display's calibration
+// turns back into the scene's temperatures. The scene geometry is checked by
+// the coast overlay test of the scripts (overlay on the land/sea edges).
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -9,13 +9,11 @@
 
 #include "display/lumcal.h"
 #include "formats/openfile.h"
-#include "orbit/sgp4.h"
 #include "sim/sim.h"
 #include "support/testutil.h"
 
 namespace {
 
-constexpr double kDeg = 180.0 / M_PI;
 // A NOAA 19 pass over western Europe near the shipped elements' epoch.
 SIM_REQUEST request(double seconds, double clouds) {
   SIM_REQUEST r;
@@ -30,60 +28,6 @@ SIM_REQUEST request(double seconds, double clouds) {
 }
 
 }  // namespace
-
-// Scan geometry: nadir under the satellite, the swath's half-width, pixel 0 to
-// the right of the flight direction (west on a southbound pass), geodetic
-// latitudes.
-TEST(SimGeometry, SwathOnTheEllipsoid) {
-  auto pass = std::make_unique<SIM_PASS>();
-  std::string err;
-  ASSERT_EQ(sim_prepare(request(2, 0), pass.get(), &err), 0) << err;
-  SIM_LINE l;
-  sim_line(*pass, 0, &l);
-  const int n = pass->width / 2;
-  // The nadir pixel and the sub-satellite point (geocentric): the geodetic
-  // latitude lies above the geocentric one by up to 0.19 degrees.
-  double dlat = (l.lat[size_t(n)] - l.sat_lat) * kDeg;
-  EXPECT_TRUE(dlat > 0.0 && dlat < 0.2) << dlat;
-  EXPECT_NEAR(l.lon[size_t(n)], l.sat_lon, 1e-6);
-  // Great-circle distance of the edges: about 1450 km from an 860 km orbit.
-  auto dist = [&](int x) {
-    double c = std::sin(l.lat[size_t(x)]) * std::sin(l.lat[size_t(n)]) +
-               std::cos(l.lat[size_t(x)]) * std::cos(l.lat[size_t(n)]) *
-                   std::cos(l.lon[size_t(x)] - l.lon[size_t(n)]);
-    return std::acos(std::min(1.0, c)) * 6371.0;
-  };
-  EXPECT_NEAR(dist(0), 1450, 60);
-  EXPECT_NEAR(dist(2047), 1450, 60);
-  EXPECT_NEAR(dist(0), dist(2047), 30);
-  // Southbound: pixel 0 west of the nadir.
-  SIM_LINE later;
-  sim_line(*pass, 11, &later);
-  ASSERT_LT(later.sat_lat, l.sat_lat);
-  EXPECT_LT(l.lon[0], l.lon[size_t(n)]);
-  EXPECT_GT(l.lon[2047], l.lon[size_t(n)]);
-}
-
-// The ray intersection against the closed form for a satellite straight above
-// the equator and above the pole.
-TEST(SimGeometry, RayIntersectionClosedForm) {
-  const double jd = 2459148.5;  // any date: theta only turns longitude
-  const double th = ThetaG_JD(jd);
-  double lon, lat, p[3];
-  // Above the pole looking down: latitude 90, point at the polar radius.
-  double r[3] = {0, 0, 7200}, v[3] = {7, 0, 0};
-  ASSERT_EQ(sim_ray_wgs84(r, v, jd, 0, &lon, &lat, p), 1);
-  EXPECT_NEAR(lat * kDeg, 90, 1e-9);
-  EXPECT_NEAR(p[2], 6356.752314, 1e-5);
-  // Above the equator: the point at the equatorial radius, longitude -theta.
-  double r2[3] = {7200, 0, 0}, v2[3] = {0, 0, 7};
-  ASSERT_EQ(sim_ray_wgs84(r2, v2, jd, 0, &lon, &lat, p), 1);
-  EXPECT_NEAR(std::hypot(p[0], p[1]), 6378.137, 1e-6);
-  EXPECT_NEAR(lat, 0, 1e-12);
-  EXPECT_NEAR(std::remainder(lon + th, 2 * M_PI), 0, 1e-12);
-  // Looking past the limb misses.
-  EXPECT_EQ(sim_ray_wgs84(r2, v2, jd, 80 * M_PI / 180, &lon, &lat, p), 0);
-}
 
 // Land mask from the shipped coastlines: continents, seas, a lake (level 2)
 // and an island (level 1 inside the sea).
