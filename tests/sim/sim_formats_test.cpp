@@ -1,6 +1,6 @@
 // Every format of the simulator through pava-cli: the recording opens as its
-// type with satellite, line count and times; a lock loss takes out the lines of its seconds; bad
-// options fail.
+// type with satellite, line count and times; bit errors arrive at the asked
+// rate and a lock loss takes out the lines of its seconds; bad options fail.
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -67,22 +67,35 @@ nlohmann::json info(const std::string& path) {
   return nlohmann::json::parse(r.out, nullptr, false);
 }
 
+long differing_bits(const std::string& a, const std::string& b) {
+  long n = 0;
+  for (size_t i = 0; i < a.size() && i < b.size(); i++)
+    n += __builtin_popcount(unsigned(uint8_t(a[i] ^ b[i])));
+  return n;
+}
+
 }  // namespace
 
-// 6 lines a second from the start; 2 s without lock spoil 12 of the 72 lines.
-// Bit errors: the board test of passes with errors checks their rate (HRPT)
-// and that they reach CCSDS pictures.
+// 6 lines a second from the start; 2 s without lock spoil 12 of the 72 lines;
+// bit errors at 1e-3 flip that share of the bits of the clean recording.
 TEST(SimFormatsAll, OpenAsTypeWithNameLinesTimesAndSyncLoss) {
   testutil::TempDir dir;
   const std::string tle = elements(dir);
   for (const Row& row : kRows) {
     SCOPED_TRACE(row.format);
     const std::string ext = std::string(".") + row.format;  // .hpt is known by its name
-    std::string clean = dir.file("c" + ext), gap = dir.file("g" + ext);
+    std::string clean = dir.file("c" + ext), noisy = dir.file("e" + ext), gap = dir.file("g" + ext);
     auto r = synth(tle, row.sat, row.format, clean, 12);
     ASSERT_EQ(r.status, 0) << r.err;
     ASSERT_EQ(synth(tle, row.sat, row.format, gap, 12, {"--sync-loss", "2"}).status, 0);
-    ASSERT_EQ(testutil::read_file(clean).size(), testutil::read_file(gap).size());
+    ASSERT_EQ(
+        synth(tle, row.sat, row.format, noisy, 12, {"--bit-errors", "1e-3", "--seed", "1"}).status,
+        0);
+    std::string a = testutil::read_file(clean), b = testutil::read_file(noisy);
+    ASSERT_EQ(a.size(), b.size());
+    ASSERT_EQ(a.size(), testutil::read_file(gap).size());
+    double rate = double(differing_bits(a, b)) / (8.0 * double(a.size()));
+    EXPECT_TRUE(rate > 0.7e-3 && rate < 1.3e-3) << rate;
     auto c = info(clean), g = info(gap);
     ASSERT_TRUE(c.is_object() && g.is_object());
     EXPECT_TRUE(c["file_type"] == row.file_type && c["height"] == 72 && c["width"] == row.width &&
