@@ -49,53 +49,6 @@ CLRMAP* grey_map(int n) {
 
 }  // namespace
 
-// Header and samples: 16-bit big-endian above 8 bits with the palette's
-// maximum, 8-bit samples clamped to 255; decoded by netpbm as written.
-TEST(PpmWriter, HeaderSamplesAndClamp) {
-  TempDir d;
-  const uint16_t r[3] = {0x3ff, 0x102, 7}, g[3] = {1, 2, 3}, b[3] = {4, 5, 6};
-  const uint16_t big[3] = {300, 255, 7};
-  struct Row {
-    int type, bits, maxval;
-    const uint16_t* red;
-    std::string header, samples;
-    std::vector<int> decoded;
-  } rows[] = {
-      // A 10-bit grey picture: maximum 1023, two bytes a pixel, high byte first.
-      {FT_PGM,
-       10,
-       1023,
-       r,
-       "P5\n#Created by pava\n3 1\n1023\n",
-       std::string("\x03\xff\x01\x02\x00\x07", 6),
-       {1023, 258, 7}},
-      // 8-bit grey: 300 clamped to 255.
-      {FT_PGM1, 8, 255, big, "P5\n#Created by pava\n3 1\n255\n", "\xff\xff\x07", {255, 255, 7}},
-      // Colour: red, green, blue a pixel, red clamped.
-      {FT_PPM,
-       8,
-       255,
-       big,
-       "P6\n#Created by pava\n3 1\n255\n",
-       "\xff\x01\x04\xff\x02\x05\x07\x03\x06",
-       {255, 1, 4, 255, 2, 5, 7, 3, 6}},
-  };
-  for (const Row& row : rows) {
-    std::string f = d.file("a" + std::to_string(row.type));
-    FILE* fp = std::fopen(f.c_str(), "wb");
-    ASSERT_TRUE(fp);
-    ASSERT_EQ(ppm_write_header(fp, row.type, 3, 1, row.maxval), 0);
-    ASSERT_EQ(ppm_write_line(fp, row.type, row.bits, 3, row.red, g, b), 0);
-    std::fclose(fp);
-    EXPECT_EQ(testutil::read_file(f), row.header + row.samples) << row.type;
-    if (!have_tool("pnmtoplainpnm")) GTEST_SKIP() << "netpbm missing";
-    auto p = decode_with("cat", f);
-    ASSERT_TRUE(p.ok);
-    EXPECT_EQ(p.maxval, row.maxval);
-    EXPECT_EQ(p.v, row.decoded) << row.type;
-  }
-}
-
 // ---- GIF ----
 
 namespace {
