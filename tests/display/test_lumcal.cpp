@@ -34,25 +34,23 @@ std::vector<double> oracle(const std::vector<std::string>& queries) {
 // The automatic window: a single non-empty entry, entry 0 ignored, the 1/50
 // threshold.
 TEST(LumWindow, Thresholds) {
-  std::vector<long> h(1024, 0);
-  int lo = 7, hi = 9;
-  calc_lum_thresholds(h.data(), 1024, &lo, &hi);  // nothing above the threshold: unchanged
-  EXPECT_EQ(lo * 10 + hi, 79);
-
-  h[500] = 40;
-  h[0] = 100000;  // entry 0 never counts, not even for the maximum
-  calc_lum_thresholds(h.data(), 1024, &lo, &hi);
-  EXPECT_TRUE(lo == 500 && hi == 500) << lo << " " << hi;
-
-  // Threshold = max/50 = 20: entries must exceed it.
-  h.assign(1024, 0);
-  h[300] = 1000;
-  h[100] = 20;  // equal: not counted
-  h[101] = 21;
-  h[900] = 21;
-  h[950] = 5;
-  calc_lum_thresholds(h.data(), 1024, &lo, &hi);
-  EXPECT_TRUE(lo == 101 && hi == 900) << lo << " " << hi;
+  struct Row {
+    std::vector<std::pair<int, long>> counts;  // (entry, count)
+    int lo, hi;
+  } rows[] = {
+      {{}, 7, 9},  // nothing above the threshold: unchanged
+      // One entry; entry 0 never counts, not even for the maximum.
+      {{{500, 40}, {0, 100000}}, 500, 500},
+      // Threshold max/50 = 20: entries must exceed it.
+      {{{300, 1000}, {100, 20}, {101, 21}, {900, 21}, {950, 5}}, 101, 900},
+  };
+  for (const Row& r : rows) {
+    std::vector<long> h(1024, 0);
+    for (auto [i, n] : r.counts) h[size_t(i)] = n;
+    int lo = 7, hi = 9;
+    calc_lum_thresholds(h.data(), 1024, &lo, &hi);
+    EXPECT_TRUE(lo == r.lo && hi == r.hi) << lo << " " << hi;
+  }
 }
 
 // The luminance table: equal window ends, inversion's off-by-one, linear and
@@ -122,17 +120,14 @@ TEST(NoaaCal, SetsAndFallback) {
   EXPECT_EQ(load_cal("NOAA 15", &n15), 15);
   EXPECT_NE(std::memcmp(&n14, &n15, sizeof c), 0);  // three different sets
   EXPECT_NE(std::memcmp(&n16, &n15, sizeof c), 0);
-  EXPECT_TRUE(ui.msgs.empty());
 
   EXPECT_EQ(load_cal("NOAA 19", &c), 19);
-  ASSERT_EQ(ui.msgs.size(), 1u);
-  EXPECT_EQ(ui.msgs[0].first, "Error");
-  EXPECT_EQ(ui.msgs[0].second,
-            "No temperature mapping\n for NOAA 19 available!\n Assume NOAA15...\n(message give "
-            "one time)");
   EXPECT_EQ(std::memcmp(&c, &n15, sizeof c), 0) << "NOAA 15's set";
-  load_cal("NOAA 18", &c);
-  EXPECT_EQ(ui.msgs.size(), 1u);  // once per run
+  load_cal("NOAA 18", &c);  // no second message in a run
+  using Msg = std::pair<std::string, std::string>;
+  EXPECT_EQ(ui.msgs, (std::vector<Msg>{{"Error",
+                                        "No temperature mapping\n for NOAA 19 available!\n Assume "
+                                        "NOAA15...\n(message give one time)"}}));
 }
 
 // NOAA 15 channels 3-5: radiance <-> temperature and the count calibration
@@ -159,7 +154,6 @@ TEST(NoaaCal, KlmOracleNoaa15) {
       // The oracle's radiance read back as a temperature; the radiance itself.
       EXPECT_NEAR(noaa_temperature(c, ch, o[k]), t, 0.1) << "ch " << ch << " T " << t;
       EXPECT_NEAR(n, o[k], std::fabs(o[k]) * 1e-4);
-      EXPECT_NEAR(noaa_temperature(c, ch, n), t, 1e-3);
       k++;
     }
   for (int ch = 3; ch <= 5; ch++)
@@ -179,16 +173,7 @@ TEST(NoaaCal, KlmOracleNoaa15) {
 TEST(NoaaCal, LineTemperatures) {
   auto pic = dtest::make_picture(8, 12, 5, [](int ch, int x, int) { return 300 + 50 * x + ch; });
   load_cal("NOAA 15", &pic->noaacal);
-  int y = 0;
-  for (XLINE* l = pic->xline; l; l = l->next, y++) {
-    int k = y % 5;  // 0: the reset line, then PRT 1..4
-    for (int w = 17; w <= 19; w++) l->line_hdr[w] = uint16_t(k == 0 ? 0 : 250 + 3 * k);
-    for (int ch = 3; ch <= 5; ch++)
-      for (int i = 0; i < 10; i++) {
-        l->line_hdr[19 + ch + 3 * i] = uint16_t(440 + ch + (i % 2));  // mean 440+ch
-        l->line_hdr[51 + ch + 5 * i] = uint16_t(990);
-      }
-  }
+  dtest::set_noaa15_cal_words(pic.get());  // black-body mean 440 + ch
   std::vector<std::string> q;
   for (int k = 1; k <= 4; k++)
     q.push_back("prt:" + std::to_string(k) + ":" + std::to_string(250 + 3 * k));
@@ -220,18 +205,13 @@ TEST(NoaaCal, LineTemperatures) {
   EXPECT_EQ(map_noaatemp(pic.get(), line, 4, &t), -1);
 }
 
-// Temperature colours: clamping, the index formula, hue rising from blue to
-// red, and the readout's inverse.
-TEST(TempColour, ScaleAndInverse) {
+// Temperature colours (warm red, cold blue and the readout's inverse checked
+// through draw_pic): clamping, the index formula, the rising hue.
+TEST(TempColour, Scale) {
   int r, g, b;
   EXPECT_EQ(map_temp(1500, &r, &g, &b), 0);     // 150 K: clamped to 203 K
   EXPECT_EQ(map_temp(4000, &r, &g, &b), 1023);  // 400 K: clamped to 343 K
   EXPECT_EQ(map_temp(2730, &r, &g, &b), (273 - 203) * 1023 / 140);
-  int r0, g0, b0, r1, g1, b1;
-  map_temp(2030, &r0, &g0, &b0);
-  map_temp(3430, &r1, &g1, &b1);
-  EXPECT_GT(b0, r0);  // cold: blue
-  EXPECT_GT(r1, b1);  // warm: red
   for (int i = 1; i < 1024; i++) ASSERT_GT(temp_hue(i), temp_hue(i - 1));
   // The components follow 127(1 + sin(h + 240)), 127(1 + sin h), 127(1 + sin(h + 120)).
   auto colour = [](int idx) {
@@ -242,11 +222,4 @@ TEST(TempColour, ScaleAndInverse) {
   };
   int idx = map_temp(3000, &r, &g, &b);
   EXPECT_EQ((std::vector<int>{r, g, b}), colour(idx));
-
-  // Readout: with the full window the shown colour of t gives about t in C.
-  for (int tk : {2100, 2500, 2731, 3000, 3350}) {
-    int p = map_temp(tk, &r, &g, &b) * 256 / 1023;  // through the full luminance window
-    std::vector<int> c = colour(p * 1023 / 255);
-    EXPECT_NEAR(inv_maptemp(c[0], c[1], c[2], 0, 1023, 256), tk / 10.0 - 273.15, 3.0) << tk;
-  }
 }
