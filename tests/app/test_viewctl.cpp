@@ -170,20 +170,16 @@ TEST(Zoom, CorrectKeepsTheViewInsideThePicture) {
 }
 
 TEST(Zoom, AspectGivesEqualScales) {
-  Pic p(200, 1000);
-  auto v = new_view();
-  v->keep_xyrel = 1;
-  correct_zoomval(v.get(), p.pic, 400, 300);
-  EXPECT_FLOAT_EQ(v->zval.dx, v->zval.dy);
-  EXPECT_FLOAT_EQ(v->zval.dx, 2);
-  // A wide picture: y can't follow x (it would show more than the whole
-  // height), so x follows y.
-  Pic wide(1000, 100);
-  auto w = new_view();
-  w->keep_xyrel = 1;
-  correct_zoomval(w.get(), wide.pic, 400, 300);
-  EXPECT_FLOAT_EQ(w->zval.dx, w->zval.dy);
-  EXPECT_FLOAT_EQ(w->zval.dy, 3);
+  // Tall picture: y follows x. Wide picture: y can't follow x (it would show
+  // more than the whole height), so x follows y.
+  for (auto [pw, ph, scale] : {std::tuple{200, 1000, 2.0f}, {1000, 100, 3.0f}}) {
+    Pic p(pw, ph);
+    auto v = new_view();
+    v->keep_xyrel = 1;
+    correct_zoomval(v.get(), p.pic, 400, 300);
+    EXPECT_FLOAT_EQ(v->zval.dx, scale) << pw << "x" << ph;
+    EXPECT_FLOAT_EQ(v->zval.dy, scale) << pw << "x" << ph;
+  }
 }
 
 TEST(Zoom, Keys) {
