@@ -140,9 +140,6 @@ TEST(PavaProgram, PrintVcidStatisticsThenTheOptionMessage) {
   EXPECT_NE(r.out.find("VCID  6:     4 frames"), std::string::npos) << r.out;
   EXPECT_NE(r.out.find("VCID 16:     3 frames"), std::string::npos) << r.out;
   EXPECT_EQ(r.err, "Error: Wrong or incomplete option '-pr_vcid' \n");
-  auto snpp = pava(
-      {"-pr_vcid", testutil::shared_path("testdata/ccsds/snpp_synchronized_cadus_2016-02-10.dat")});
-  EXPECT_NE(snpp.out.find("scid=157\nVCID 16:    65 frames\n"), std::string::npos) << snpp.out;
 }
 
 }  // namespace

@@ -26,18 +26,6 @@ TEST(PrefForm, EveryItemOnAKnownTab) {
   }
   // The rules spread the items: every tab has something.
   EXPECT_EQ(used.size(), tabs.size());
-  // Rows of the rule table: key -> tab.
-  struct Row {
-    const char* key;
-    const char* tab;
-  } rows[] = {
-      {"record.zx", "Recording"},      {"Hrptrec_Save_rec", "Recording"},
-      {"Kepler_File_name", "Files"},   {"uart.speed", "Receiver"},
-      {"Observer_Lat", "Observer"},    {"DiSEqC_Limit", "Tracking"},
-      {"main_window_size", "Display"}, {"Satellite", "Satellites"},
-      {"Metop_File_Base", "Files"},    {"something_new", "General"},
-  };
-  for (const Row& r : rows) EXPECT_EQ(pref_tab_of(r.key), r.tab) << r.key;
 }
 
 TEST(PrefForm, WrittenBackUnchangedAndEdited) {

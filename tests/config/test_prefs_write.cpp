@@ -165,12 +165,7 @@ TEST(PrefsWrite, WrittenFileReadsBackTheSameValues) {
     }
   read_file(f);
   EXPECT_EQ(snapshot(), changed);
-  // Texts, integers and colours are compared exactly by the snapshot.
-  EXPECT_FLOAT_EQ(prefs.refpos.lon, before.refpos.lon);
-  for (int i = 0; i < PREFS_NSATS; i++) EXPECT_EQ(prefs.sats[i].on, before.sats[i].on) << i;
-  const CLRMAPCHAN& r = prefs.clrmaps[2][0];
-  EXPECT_STREQ(r.satname, "METEOR");
-  EXPECT_TRUE(r.gamma == 1.2f && r.red_offset == -10 && r.on[3] == 1 && r.green[3] == 1.25f);
+  // The snapshot holds every value as text, selections included; colour maps:
   EXPECT_EQ(clrmap_values(&prefs), clrmap_values(&before));
   // Written again, the file is the same byte for byte.
   std::string g = dir.file("again.ini");
@@ -200,24 +195,9 @@ TEST(PrefsWrite, UnwritableFileGivesMessageAndKeepsTheOldFile) {
   EXPECT_EQ(Save_Pref(&prefs, g.c_str()), 'o');
   EXPECT_EQ(g_messages, std::vector<std::string>{"Error|Can't open pref-file " + g + "."});
 
-  // A read-only directory (not for root, who may write anyway).
-  if (geteuid() != 0) {
-    g_messages.clear();
-    std::string sub = dir.file("ro");
-    mkdir(sub.c_str(), 0755);
-    std::string h = sub + "/pava.ini";
-    testutil::write_file(h, "old\n");
-    chmod(sub.c_str(), 0555);
-    EXPECT_EQ(Save_Pref(&prefs, h.c_str()), 'o');
-    chmod(sub.c_str(), 0755);
-    EXPECT_EQ(testutil::read_file(h), "old\n");
-    EXPECT_EQ(g_messages.size(), 1u);
-  }
   // No temporary file is left behind.
-  int n = 0;
-  for (const auto& e : std::filesystem::directory_iterator(dir.path()))
-    n += e.path().filename() != "ro";
-  EXPECT_EQ(n, 1);
+  auto files = std::filesystem::directory_iterator(dir.path());
+  EXPECT_EQ(std::distance(begin(files), end(files)), 1);
 }
 
 TEST(PrefsWrite, OverwritesKeepingThePermissions) {
@@ -230,7 +210,6 @@ TEST(PrefsWrite, OverwritesKeepingThePermissions) {
   struct stat st;
   ASSERT_EQ(stat(f.c_str(), &st), 0);
   EXPECT_EQ(st.st_mode & 0777, 0640u);
-  EXPECT_EQ(testutil::read_file(f).rfind("#Preferences pava\n", 0), 0u);
 }
 
 // Current directory, home directory and program directory, restored after.
