@@ -383,35 +383,6 @@ int view_readout(const VIEWINFO* view, const PICINFO* pic, int sw, int sh, int s
   return 1;
 }
 
-int render_grey(const PICINFO* pic, const VIEWINFO* view, int sw, int sh, uint8_t* rgb) {
-  if (sw <= 0 || sh <= 0 || !rgb) return 1;
-  std::memset(rgb, 0, size_t(sw) * size_t(sh) * 3);
-  if (!has_picture(pic)) return 1;
-  int slot = view_channel_slot(pic, std::max(1, shown_channel(view)));
-  std::vector<int> xs(size_t(sw), -1);
-  for (int sx = 0; sx < sw; sx++) {
-    int px, py;
-    if (view_scr2pic(view, pic, sw, sh, sx, 0, &px, &py)) xs[size_t(sx)] = px;
-  }
-  for (int sy = 0; sy < sh; sy++) {
-    int px, py;
-    // Rows outside the picture stay black; column 0 may be outside, so the
-    // row is found from a column that is known to be inside.
-    if (!view_scr2pic(view, pic, sw, sh, sw / 2, sy, &px, &py)) continue;
-    const XLINE* l = pic_line(pic, py);
-    if (!l || slot < 0 || slot >= l->nrchan || !l->line[slot]) continue;
-    const uint16_t* samples = l->line[slot];
-    uint8_t* row = rgb + size_t(sy) * size_t(sw) * 3;
-    for (int sx = 0; sx < sw; sx++) {
-      int x = xs[size_t(sx)];
-      if (x < 0 || x >= l->width) continue;
-      auto g = uint8_t(std::min(255, samples[x] >> 2));
-      row[sx * 3] = row[sx * 3 + 1] = row[sx * 3 + 2] = g;
-    }
-  }
-  return 0;
-}
-
 std::vector<std::string> open_file_messages(int code, const PICINFO* pic) {
   char buf[400];
   const char* name = pic ? pic->file_name : "";

@@ -98,11 +98,6 @@ int view_readout(const VIEWINFO* view, const PICINFO* pic, int sw, int sh, int s
 // recorded channels before it; ch - 1 when the picture lists none.
 int view_channel_slot(const PICINFO* pic, int ch);
 
-// Grey view of the shown channel (false colour: channel 1) into rgb (sw*sh*3
-// bytes, row after row): value >> 2, black outside the picture. Stands in
-// until the channel-map drawing takes over. Returns 0, or 1 without picture.
-int render_grey(const PICINFO* pic, const VIEWINFO* view, int sw, int sh, uint8_t* rgb);
-
 // ---- Messages ----
 
 // The message box texts (title "Error") for a non-zero result of open_file.
