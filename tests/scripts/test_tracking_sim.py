@@ -31,10 +31,9 @@ if not shutil.which("rotctld"):
 oracle = subprocess.Popen([sys.executable, os.path.join(HERE, "orbit_oracle.py"), "passes", TLE,
                            str(LAT), str(LON), "0", str(START - 3600), str(HOURS + 2)],
                           stdout=subprocess.PIPE, text=True)
-s = socket.socket()
-s.bind(("127.0.0.1", 0))
-port = s.getsockname()[1]
-s.close()
+with socket.socket() as s:
+    s.bind(("127.0.0.1", 0))
+    port = s.getsockname()[1]
 rot = subprocess.Popen(["rotctld", "-m", "1", "-T", "127.0.0.1", "-t", str(port)],
                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 
