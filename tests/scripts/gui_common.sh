@@ -1,29 +1,18 @@
-# Shared by the GUI tests (sourced): runs pava under Xvfb and drives it with
-# synthetic keys. A test sets BODY to the steps of its session and calls
-# gui_session with pava's arguments. The session runs in $GUI_WORK (gui_work
-# makes it), also its home directory; a second gui_session reuses it. Exit
-# status 77 without xvfb-run/xdotool/import, 1 on failure or when GTK or GLib
-# printed anything on standard error. The steps see $win (the main window),
-# $pid (pava) and these helpers:
-#   menu M N       opens menu number M (File 0, Edit 1, View 2, Zoom 3,
-#                  Record 4, Channel 5, Help 6) and activates its item N (1 up)
-#   key K          the key K to the main window; focus W: focus to window W
-#   wait_window T  waits (5 s) for a visible window titled T; prints its id
-#   gone_window T  waits (5 s) until no visible window is titled T
-#   close_box T    waits for the box titled T, closes it with Return (its OK)
-#   wait_log RE    waits (10 s) until pava.log has a line matching RE
-#   aside W        moves window W off the main window
-#   shot FILE      screenshot of the main window
-#   expect_shot NAME =|! REF MSG   shot NAME.png, equal (=) or not (!) to
-#                  REF.png pixel for pixel, else fail MSG
-#   has_colour FILE '#RRGGBB'   true when FILE holds pixels of that colour
-#   same A B       true when images A and B are equal pixel for pixel
-#   picture_area   sets W, H and area (the drawing area's size and X window,
-#                  from the last drawing logged under -log; GDK_NATIVE_WINDOWS=1)
-#   as_rendered NAME FILE OPTION...   the drawing area equals pava-cli render
-#                  FILE of its size with the preferences' default (--lum 0:1023
-#                  --linearize) and the OPTIONs, pixel for pixel
-#   fail MSG       prints MSG, ends the session with status 1
+# Shared by the GUI tests (sourced): pava under Xvfb, driven by xdotool. A
+# test sets BODY to its session's steps and calls gui_session with pava's
+# arguments; the session runs in $GUI_WORK (also its home; a second session
+# reuses it). Status 77 without xvfb-run/xdotool/import, 1 on failure or when
+# GTK or GLib printed on standard error. The steps see $win (main window), $pid
+# and these helpers:
+#   menu M N: item N (1 up) of menu M (File 0 .. Help 6); key K: key to $win;
+#   focus W; aside W: move W off the main window; wait_window T / gone_window T
+#   (5 s, visible window titled T); close_box T: Return on box T; wait_log RE
+#   (10 s, pava.log); shot FILE: main window; same A B: equal pixels;
+#   expect_shot NAME =|! REF MSG: shot NAME.png equal (=) or not (!) to REF.png;
+#   has_colour FILE '#RRGGBB'; fail MSG;
+#   picture_area: W, H, area of the drawing area (last "Picture drawn" of -log);
+#   as_rendered NAME FILE OPTION...: the area equals pava-cli render FILE at
+#   its size with the default --lum 0:1023 --linearize and the OPTIONs.
 
 gui_require() {
   command -v xvfb-run >/dev/null && command -v xdotool >/dev/null && command -v import >/dev/null ||
@@ -45,14 +34,6 @@ gui_sample_recording() {
   if DISPLAY= "$BIN/pava" -i "$pic" 2>&1 | grep -q '^ERROR:'; then
     echo "pava can't open the sample recording yet"; exit 77
   fi
-}
-
-# Writes a synthetic NOAA 19 pass over western Europe (720 lines) to FILE.
-gui_synth_pass() {
-  local data
-  data=$(cd "$(dirname "${BASH_SOURCE[0]}")/../../data" && pwd)
-  "$BIN/pava-cli" synth --sat "NOAA 19" --tle "$data/weather.txt" --start 2020-10-26T07:28:30Z \
-    --seconds 120 --format hrpt --seed 20201026 -o "$1" >/dev/null || exit 1
 }
 
 gui_session() {

@@ -1,19 +1,13 @@
 #!/usr/bin/python3
-"""Independent references for the orbit tests (Debian's python3-sgp4,
-python3-skyfield and python3-ephem). One subcommand per quantity; results go
-to standard output as whitespace-separated rows.
-
-  sgp4 FILE OFFSET_MIN...      TEME positions at epoch + offsets, per satellite:
-                               "norad unix_ms x y z" (km)
-  passes FILE LAT LON ALT_M START_UNIX HOURS
-                               rise/culmination/set events at the geometric
-                               horizon: "name kind unix alt_deg" (kind 0 rise,
-                               1 culmination, 2 set)
-  sun UNIX...                  sub-solar point: "unix lon lat" (degrees)
-  moon UNIX...                 topocentric apparent RA/Dec from latitude 0,
-                               longitude 0, sea level: "unix ra dec phase"
-                               (degrees; phase = illuminated fraction 0..1)
-  sgp4bench N                  pure-Python propagations per second
+"""Orbit references from Debian's python3-sgp4, python3-skyfield and python3-ephem;
+rows of whitespace-separated values on standard output:
+  sgp4 FILE OFFSET_MIN...  TEME km at epoch + offsets: "norad unix_ms x y z"
+  passes FILE LAT LON ALT_M START_UNIX HOURS  geometric-horizon events:
+                           "name kind unix alt_deg" (kind 0 rise, 1 culmination, 2 set)
+  sun UNIX...              sub-solar point: "unix lon lat" (degrees)
+  moon UNIX...             topocentric RA/Dec (degrees) and illuminated fraction
+                           from 0 N 0 E, sea level: "unix ra dec phase"
+  sgp4bench N              pure-Python propagations per second
 """
 import datetime
 import math

@@ -40,10 +40,10 @@ def hrpt_family(name, sign, nchan_slots, header_words, nch, chan_off):
     lines = []
     for i in range(height):
         r = d[16000 + i * rec:16000 + (i + 1) * rec]
-        check(r[0:4] == b"FRAM" and r[4:5] in (b"E", b"e"), f"{name}: prefix of record {i}")
-        check(struct.unpack_from("<H", r, 5)[0] == rec - 7, f"{name}: byte count of record {i}")
         w = [x for g in range(words4 // 4) for x in unpack_hrpt1(r[7 + 5 * g:12 + 5 * g])]
-        check(w[0:6] == SYNC, f"{name}: sync of record {i}")
+        check(r[0:4] == b"FRAM" and r[4:5] in (b"E", b"e") and w[0:6] == SYNC
+              and struct.unpack_from("<H", r, 5)[0] == rec - 7,
+              f"{name}: prefix, byte count, sync of record {i}")
         lines.append(w)
     # Line 1, channel 2, pixels 0..7 (the last line of a file is empty).
     got = samples(name, "--channel", "2", "--count", "8")
@@ -69,18 +69,17 @@ def hpt(name, nch):
 
 def raw16(name):
     d = open(os.path.join(DATA, name), "rb").read()
-    check(len(d) % 22180 == 0, f"{name}: whole frames")
     w = struct.unpack_from("<11090H", d, 22180)
-    check(list(w[0:6]) == SYNC, f"{name}: sync")
-    check((w[6] >> 3) & 15 == 13, f"{name}: NOAA 18 address")
+    check(len(d) % 22180 == 0 and list(w[0:6]) == SYNC and (w[6] >> 3) & 15 == 13,
+          f"{name}: whole frames, sync, NOAA 18 address")
     got = samples(name, "--channel", "4", "--first", "2047", "--count", "1")
     check(got == [w[750 + 5 * 2047 + 3]], f"{name}: last pixel")
 
 
 def mhrpt1(name):
     d = open(os.path.join(DATA, name), "rb").read()
-    check(d[0:4] == b"MHRP" and d[248:256] == b"END_HDR_", f"{name}: header")
-    check((len(d) - 256) % 12800 == 0, f"{name}: whole lines")
+    check(d[0:4] == b"MHRP" and d[248:256] == b"END_HDR_" and (len(d) - 256) % 12800 == 0,
+          f"{name}: header, whole lines")
     line = d[256 + 12800:256 + 2 * 12800]  # line 1
     data = line[72:254]
     for f in range(1, 50):

@@ -1,14 +1,8 @@
 #!/usr/bin/env bash
-# pava -log -i on a synthetic NOAA 19 pass over western Europe (720 lines;
-# orbit from the shipped elements, coastlines beside the program), one session:
-# - the Save window ("File/Save as...") driven by keys: the shown picture saved
-#   as PNG and PPM decodes (netpbm) to what pava-cli render draws for the saved
-#   size, the JPEG decodes to the same size; a save cancelled at once keeps a
-#   valid, shorter PPM and reports "Cancelled; N of H lines saved in ..." in an
-#   "Info" box;
-# - the drawing area after View/Grid and View/Coast equals pava-cli render
-#   --grid --coast of its size pixel for pixel, and the plain picture before
-#   them equals the plain render.
+# pava -log -i on a synthetic NOAA 19 pass over western Europe (720 lines), one
+# session: the Save window's PNG and PPM decode (netpbm) to pava-cli render's
+# picture, the JPEG to its size; a cancelled save keeps a shorter valid PPM and
+# says so; the drawing area equals pava-cli render, plain and --grid --coast.
 set -u
 BIN=$1
 . "$(dirname "$0")/gui_common.sh"
@@ -16,7 +10,9 @@ gui_require
 command -v xwininfo >/dev/null && command -v pngtopnm >/dev/null && command -v jpegtopnm >/dev/null ||
   exit 77
 gui_work
-gui_synth_pass "$GUI_WORK/pass.hrpt"
+"$BIN/pava-cli" synth --sat "NOAA 19" --tle "$(dirname "$0")/../../data/weather.txt" \
+  --start 2020-10-26T07:28:30Z --seconds 120 --format hrpt --seed 20201026 \
+  -o "$GUI_WORK/pass.hrpt" >/dev/null || exit 1
 BODY=$(cat <<'EOS'
 xdotool mousemove 1270 1010   # the pointer off the picture
 # save_as TYPE-INDEX [KEYS-AFTER-SAVE]: File/Save as..., "File type" (focused)

@@ -1,17 +1,8 @@
 #!/usr/bin/env bash
-# pava -log -i on the real NOAA 18 recording, one session:
-# - the viewer: zoom keys change the picture and their inverses restore it
-#   pixel for pixel ("i"/"o", "l", "f"), View/North bound mirrors it and back,
-#   Channel/Ch2 shows another channel, a dragged rectangle zooms ("z"),
-#   Zoom/Values... sets the zoom; the timing lines stay within bounds (first
-#   picture 1.5 s after start, redraw median 20 ms);
-# - the drawing area equals pava-cli render of its size pixel for pixel: grey
-#   (channel 1, channel 2) and the false colour;
-# - "Map channels" (View/Channel_map...): raising the red weight of channel 1
-#   ("r1") makes the false-colour picture redder, its green unchanged;
-# - "Lum thr." (View/Lum...): the histogram drawn, "Auto" stretches the picture;
-# - Edit/File header..., Edit/Kepler..., Edit/Preferences... and File/File
-#   info... open their windows; View/Film... steps through the sample's folder.
+# pava -log -i on the real NOAA 18 recording, one session: zoom keys and their
+# inverses, timing bounds (first picture 1.5 s, redraw median 20 ms), the
+# drawing area equal to pava-cli render (grey, channel 2, false colour), the
+# channel map, Lum thr., and the picture's other windows.
 set -u
 BIN=$1
 . "$(dirname "$0")/gui_common.sh"

@@ -1,10 +1,8 @@
 #!/usr/bin/env bash
-# Installation: `cmake --install` into a prefix puts the programs, data files,
-# desktop entry, icon and man pages in their places, and the installed
-# pava-cli finds elements and coastlines in its data directory (its render
-# with grid and coast equals the build tree's with explicit paths). cpack
-# makes a Debian package with the same files and the run-time dependencies;
-# the package's pava-cli, unpacked (not installed), runs too.
+# `cmake --install` puts programs, data, desktop entry, icon and man pages in
+# place; the installed pava-cli finds elements and coastlines in its data
+# directory. cpack's Debian package holds the same files and the run-time
+# dependencies; its pava-cli, unpacked, renders the same.
 set -u
 BIN=$(cd "$1" && pwd)
 build=$(dirname "$BIN")

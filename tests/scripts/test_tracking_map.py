@@ -16,10 +16,9 @@ with tempfile.TemporaryDirectory() as d:
                "--observer", "52,5", "--sats", "NOAA 19;METOP-B;FENGYUN 3D", "--current",
                "METOP-B", "--size", "1440x720", timeout=60)[0]
     img = Image.open(png).convert("RGB")
-check(img.size == (1440, 720), "size %s" % (img.size,))
-check(out["observer"]["x"] == 740 and out["observer"]["y"] == 152,
-      "observer at %s" % out["observer"])
-check(img.getpixel((740, 152)) == (0, 0, 255), "observer mark %s" % (img.getpixel((740, 152)),))
+check(img.size == (1440, 720) and (out["observer"]["x"], out["observer"]["y"]) == (740, 152)
+      and img.getpixel((740, 152)) == (0, 0, 255), "size %s, observer %s, mark %s" % (
+          img.size, out["observer"], img.getpixel((740, 152))))
 
 ts = api.load.timescale()
 t = ts.utc(2020, 10, 27, 6, 0, 0)

@@ -31,10 +31,9 @@ if not shutil.which("rotctld"):
 oracle = subprocess.Popen([sys.executable, os.path.join(HERE, "orbit_oracle.py"), "passes", TLE,
                            str(LAT), str(LON), "0", str(START - 3600), str(HOURS + 2)],
                           stdout=subprocess.PIPE, text=True)
-s = socket.socket()
-s.bind(("127.0.0.1", 0))
-port = s.getsockname()[1]
-s.close()
+with socket.socket() as s:
+    s.bind(("127.0.0.1", 0))
+    port = s.getsockname()[1]
 rot = subprocess.Popen(["rotctld", "-m", "1", "-T", "127.0.0.1", "-t", str(port)],
                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 
@@ -43,13 +42,8 @@ def rotctl_pos():
     """The rotor's position through rotctld's "p" command."""
     with socket.create_connection(("127.0.0.1", port), timeout=3) as c:
         c.sendall(b"p\n")
-        data = b""
-        while data.count(b"\n") < 2:
-            chunk = c.recv(100)
-            if not chunk:
-                break
-            data += chunk
-        return [float(v) for v in data.decode().split()[:2]]
+        f = c.makefile()
+        return [float(f.readline()), float(f.readline())]
 
 
 def unix(ev):
@@ -73,21 +67,18 @@ try:
     check(st == 0, "exit status %d: %s" % (st, err[-300:]))
     out, _ = oracle.communicate(timeout=300)
     check(oracle.returncode == 0, "oracle failed")
-    passes = []  # (rise, set, max_alt, name)
-    cur = {}
+    passes, cur = [], {}  # (rise, set, max_alt, name); rises still open
     for name, kind, t, alt in (l.split() for l in out.splitlines() if l.strip()):
-        name, kind, t, alt = name.replace("_", " ").strip(), int(kind), float(t), float(alt)
-        if kind == 0:
-            cur[name] = [t, None, -90.0]
-        elif kind == 1 and name in cur:
-            cur[name][2] = max(cur[name][2], alt)
-        elif kind == 2 and name in cur:
-            r = cur.pop(name)
-            passes.append((r[0], t, r[2], name))
+        name, t, alt = name.replace("_", " "), float(t), float(alt)
+        if kind == "0":
+            cur[name] = [t, -90.0]
+        elif kind == "1" and name in cur:
+            cur[name][1] = max(cur[name][1], alt)
+        elif kind == "2" and name in cur:
+            passes.append((cur[name][0], t, cur.pop(name)[1], name))
     passes.sort()
 
-    followed = []  # (name, rise, set)
-    open_rise = None
+    followed, open_rise = [], None  # (name, rise, set)
     for ev in events:
         if ev["event"] == "rise":
             check(open_rise is None, "doubled rise at %s" % ev["time"])
@@ -143,15 +134,12 @@ try:
           abs(summ["last_target"]["el"] - PARK[1]) < 0.05,
           "summary target %s" % summ["last_target"])
     # The dummy rotor moves about 6 degrees a second: wait for it to arrive.
-    deadline = time.time() + 40
-    pos = None
-    while az is not None and time.time() < deadline:
-        pos = rotctl_pos()
-        if abs(pos[0] - az) < 0.2 and abs(pos[1] - el) < 0.2:
-            break
+    deadline, pos, arrived = time.time() + 40, None, False
+    while az is not None and not arrived and time.time() < deadline:
         time.sleep(0.2)
-    check(az is not None and pos and abs(pos[0] - az) < 0.2 and abs(pos[1] - el) < 0.2,
-          "rotctld at %s, last target %s,%s" % (pos, az, el))
+        pos = rotctl_pos()
+        arrived = abs(pos[0] - az) < 0.2 and abs(pos[1] - el) < 0.2
+    check(arrived, "rotctld at %s, last target %s,%s" % (pos, az, el))
 finally:
     if oracle.poll() is None:
         oracle.kill()
