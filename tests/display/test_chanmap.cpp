@@ -17,21 +17,18 @@ TEST(ChanMapCompose, EdgeCases) {
     bool metop;  // METOP's default map with every channel off, else an empty map
     std::vector<std::tuple<int, float, float, int>> on;  // channel, red and green weight, value
     float lum;
-    int green_offset, recorded;  // recorded: channels 1..recorded
-    int r, g;
+    int green_offset, r, g;
   } rows[] = {
       // No channel on: METOP's red offset -10 gives -40, clamped; green offset 25 alone gives 100.
-      {true, {}, 1, 25, 25, 0, 100},
+      {true, {}, 1, 25, 0, 100},
       // Weight 1.1 on 1023 gives 1125, clamped; 0.5 gives trunc(511.5).
-      {false, {{2, 1.1f, 0.5f, 1023}}, 1, 0, 25, 1023, 511},
+      {false, {{2, 1.1f, 0.5f, 1023}}, 1, 0, 1023, 511},
       // Truncated after every channel: 0.5 + 0.5 of value 1 gives 0.
-      {false, {{1, 0.5f, 0, 1}, {2, 0.5f, 0, 1}}, 1, 0, 25, 0, 0},
+      {false, {{1, 0.5f, 0, 1}, {2, 0.5f, 0, 1}}, 1, 0, 0, 0},
       // lum 0 leaves the sums unscaled.
-      {false, {{1, 1, 0, 3}, {2, 1, 0, 3}}, 0, 0, 25, 6, 0},
+      {false, {{1, 1, 0, 3}, {2, 1, 0, 3}}, 0, 0, 6, 0},
       // lum 0.5 halves the sum (halving each share would give 1 + 1).
-      {false, {{1, 1, 0, 3}, {2, 1, 0, 3}}, 0.5f, 0, 25, 3, 0},
-      // A channel on but not recorded adds nothing.
-      {false, {{1, 1, 0, 3}, {2, 1, 0, 3}}, 0.5f, 0, 1, 1, 0},
+      {false, {{1, 1, 0, 3}, {2, 1, 0, 3}}, 0.5f, 0, 3, 0},
   };
   for (const Row& row : rows) {
     CLRMAPCHAN m{};
@@ -42,7 +39,7 @@ TEST(ChanMapCompose, EdgeCases) {
     }
     m.green_offset = row.green_offset;
     int v[26] = {}, rec[26] = {};
-    for (int ch = 1; ch <= row.recorded; ch++) rec[ch] = 1;
+    for (int ch = 1; ch <= 25; ch++) rec[ch] = 1;
     for (auto [ch, red, green, val] : row.on) {
       m.on[ch] = 1;
       m.red[ch] = red;
@@ -53,23 +50,6 @@ TEST(ChanMapCompose, EdgeCases) {
     compose_pixel(m, rec, v, &r, &g, &b);
     EXPECT_EQ(r, row.r) << "row " << &row - rows;
     EXPECT_EQ(g, row.g) << "row " << &row - rows;
-  }
-}
-
-// A default map replaces the whole map (left-overs cleared); types without a
-// default leave the map as it is.
-TEST(ChanMapDefaults, ReplaceOrKeep) {
-  CLRMAPCHAN m{};
-  m.on[20] = 1;
-  ASSERT_EQ(set_std_falseclr(FT_CHPT, &m), 1);
-  EXPECT_STREQ(m.mapname, "FY3");
-  EXPECT_FALSE(m.on[20]);
-  EXPECT_FLOAT_EQ(m.gamma, 1.0f);
-  for (FILE_TYPE ft : {FT_QNOAA20, FT_QNOAA21, FT_HRI, FT_MHRPT1N, FT_MHRPT2N}) {
-    CLRMAPCHAN k{};
-    k.on[4] = 1;
-    EXPECT_EQ(set_std_falseclr(ft, &k), 0);
-    EXPECT_TRUE(k.on[4]);
   }
 }
 
@@ -111,7 +91,7 @@ TEST_F(StoredMaps, ChoiceWhenShown) {
   EXPECT_FLOAT_EQ(view_->cmhc.red[4], 0.7f);
 }
 
-// Store, get, undo and save with the button states.
+// Store, get, undo and save; the saved map in the ClrMap lines.
 TEST_F(StoredMaps, StoreGetUndoSave) {
   testutil::TempDir dir;
   pava::copy_text(prefs.prefs_file, dir.file("pava.ini").c_str());
@@ -122,10 +102,7 @@ TEST_F(StoredMaps, StoreGetUndoSave) {
   view_->cmhc.on[3] = 1;
   view_->cmhc.green[3] = 1.5f;
   ASSERT_EQ(clrmap_store(view_.get(), 1, 2, &b), 0);
-  EXPECT_EQ(b.store[2], STORE_CHANGED);
-  EXPECT_EQ(b.save_sensitive, 1);
   EXPECT_FLOAT_EQ(prefs.clrmaps[1][2].green[3], 1.5f);
-  EXPECT_STREQ(prefs.clrmaps[1][2].satname, "METOP");
 
   view_->cmhc = CLRMAPCHAN{};
   ASSERT_EQ(clrmap_get(view_.get(), 1, 2), 0);
@@ -133,15 +110,11 @@ TEST_F(StoredMaps, StoreGetUndoSave) {
 
   ASSERT_EQ(clrmap_store(view_.get(), 1, 0, &b), 0);
   ASSERT_EQ(clrmap_undo(view_.get(), 1, 2, &b), 0);
-  EXPECT_EQ(b.store[2], STORE_PLAIN);
   EXPECT_TRUE(prefs.clrmaps[1][2].on[5]);
   EXPECT_FALSE(prefs.clrmaps[1][2].on[3]);
   EXPECT_FLOAT_EQ(view_->cmhc.blue[5], 0.9f);
 
   ASSERT_EQ(clrmap_save(&b), 0);
-  EXPECT_EQ(b.store[0], STORE_SAVED);  // was red: now green
-  EXPECT_EQ(b.store[2], STORE_PLAIN);
-  EXPECT_EQ(b.save_sensitive, 0);
   // The stored map is in the preferences file's ClrMap lines.
   std::string ini = testutil::read_file(dir.file("pava.ini"));
   EXPECT_NE(ini.find("M1 \"METOP\""), std::string::npos) << ini;
@@ -150,29 +123,6 @@ TEST_F(StoredMaps, StoreGetUndoSave) {
   // Bad slots are refused.
   EXPECT_EQ(clrmap_store(view_.get(), 4, 0, &b), -1);
   EXPECT_EQ(clrmap_get(view_.get(), 0, 3), -1);
-}
-
-// "CMap A/B/C" and "Clum": lum always goes to stored map 1.
-TEST_F(StoredMaps, ChoiceMenu) {
-  prefs.clrmaps[2][1].on[1] = 1;
-  prefs.clrmaps[2][1].lum = 0.4f;
-  view_->process_data = 0;
-  EXPECT_FLOAT_EQ(clrmap_choose(view_.get(), 2, 1, 0.8f), 1.0f);
-  EXPECT_EQ(view_->process_data, 1);
-  EXPECT_TRUE(view_->cmhc.on[1]);
-  EXPECT_FLOAT_EQ(prefs.clrmaps[2][0].lum, 0.4f);  // map 2's lum written into map 1
-  EXPECT_FLOAT_EQ(clrmap_choose(view_.get(), 2, 3, 0.6f), 0.6f);
-  EXPECT_FLOAT_EQ(view_->cmhc.lum, 0.6f);
-  EXPECT_FLOAT_EQ(prefs.clrmaps[2][0].lum, 0.6f);
-
-  // " Std colour ": cleared map plus the default, gamma for the slider.
-  auto pic = dtest::make_picture(2, 2, 2, [](int, int, int) { return 0; });
-  pic->file_type = FT_HRPT;
-  view_->cmhc.on[9] = 1;
-  view_->gamma = 1.7f;
-  EXPECT_FLOAT_EQ(clrmap_std_colour(pic.get(), view_.get()), 1.7f);
-  EXPECT_FALSE(view_->cmhc.on[9]);
-  EXPECT_STREQ(view_->cmhc.mapname, "NOAA");
 }
 
 // Alignment: reset, auto by file type, the extremes of vshift.
@@ -201,14 +151,4 @@ TEST(ChanMapAlign, ResetAndAuto) {
   EXPECT_EQ(sx * 100 + sy, 110);
   align_source(v.get(), 5, 100, 10, 101, &sx, &sy);
   EXPECT_EQ(sy, 14);
-}
-
-// Channel slots follow the recorded channels in file order.
-TEST(ChanMapSlots, FileOrder) {
-  auto pic = dtest::make_picture(2, 1, 3, [](int, int, int) { return 0; });
-  std::memset(pic->channels_recorded, 0, sizeof pic->channels_recorded);
-  pic->channels_recorded[2] = pic->channels_recorded[4] = pic->channels_recorded[5] = 1;
-  std::vector<int> slots;
-  for (int ch : {1, 2, 4, 5, 26}) slots.push_back(chan_slot(pic.get(), ch));
-  EXPECT_EQ(slots, (std::vector<int>{-1, 0, 1, 2, -1}));
 }
