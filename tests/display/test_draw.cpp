@@ -90,6 +90,19 @@ TEST(DrawPic, GridCoastAndThreads) {
     for (int x = 0; x < 400; x++) grid_px += rgb(a, x, y) == red, coast_px += rgb(a, x, y) == green;
   EXPECT_GT(coast_px, 300);  // Norway, Denmark, Britain, the Netherlands...
   EXPECT_GT(grid_px, 1000);
+  // Span 20 degrees of longitude and 15 of latitude: steps 2 and 1. Meridian 0
+  // at x = 100 (lon -5 + 0.05 x): a grid column there; 1 E (odd, step 2) has
+  // none at x = 120. Latitude step 1: a row near 55 N (y = 100).
+  int col100 = 0, col120 = 0, row = 0;
+  for (int y = 1; y < 299; y++) {
+    col100 += rgb(a, 100, y) == red || rgb(a, 99, y) == red;
+    col120 += rgb(a, 120, y) == red;
+  }
+  for (int x = 1; x < 399; x++)
+    row += rgb(a, x, 99) == red || rgb(a, x, 100) == red || rgb(a, x, 101) == red;
+  EXPECT_GT(col100, 200);
+  EXPECT_LT(col120, 40);  // only where latitude lines or coast cross
+  EXPECT_GT(row, 300);
 
   // Lines beyond the overlay tables (a recording going on): drawn without
   // overlay, no access past the tables.
