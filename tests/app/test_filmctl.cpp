@@ -21,8 +21,6 @@ TEST(Film, FilesOfAFolderInOrder) {
   ASSERT_EQ(film.size(), 3u);
   EXPECT_NE(film[0].find("a.raw16"), std::string::npos);
   EXPECT_NE(film[2].find("c.gif"), std::string::npos);
-  EXPECT_EQ(film_index(film, film[1]), 1);
-  EXPECT_EQ(film_index(film, d.file("nothing")), -1);
   EXPECT_TRUE(film_list(d.file("no_such_folder")).empty());
 }
 

@@ -38,11 +38,4 @@ TEST(LumHistogram, DegenerateInputs) {
   EXPECT_EQ(bars, (std::vector<int>{0, 0, 3, 0, 6, 0}));
 }
 
-TEST(LumHistogram, ValueColumns) {
-  EXPECT_EQ(lum_value_column(0, 1024, 256), 0);
-  EXPECT_EQ(lum_value_column(1023, 1024, 256), 255);
-  EXPECT_EQ(lum_value_column(5000, 1024, 256), 255);  // clamped
-  EXPECT_EQ(lum_value_column(-3, 1024, 256), 0);
-}
-
 }  // namespace

@@ -54,18 +54,6 @@ TEST(Options, EffectsOnTheRecords) {
   EXPECT_EQ(c.rec->one_record, 0);
   EXPECT_EQ(c.rec->batch_mode, 1);
   EXPECT_STREQ(c.pic->file_name, "pic.hpt");
-
-  const struct {
-    const char* word;
-    FILE_TYPE type;
-  } types[] = {{"m1", FT_MHRPT1},      {"m2", FT_MHRPT2}, {"mp", FT_METOP},
-               {"aqua", FT_AQUA},      {"fy3", FT_FY3},   {"qnoaa20", FT_QNOAA20},
-               {"qnoaa21", FT_QNOAA21}};
-  for (const auto& row : types) {
-    Records t;
-    parse(t, {"-t", row.word});
-    EXPECT_EQ(t.pic->file_type, row.type) << row.word;
-  }
 }
 
 TEST(PavaProgram, MessagesAndStatuses) {

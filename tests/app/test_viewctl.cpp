@@ -140,8 +140,6 @@ TEST(Channel, MenuChoice) {
   EXPECT_EQ(v->process_data, 1);
   EXPECT_EQ(view_select_channel(v.get(), 11), -1);
   EXPECT_EQ(view_select_channel(v.get(), -1), -1);
-  EXPECT_EQ(view_channel_of_path("Channel/Ch10"), 10);
-  EXPECT_EQ(view_channel_of_path("Channel/Ch11"), -1);
 }
 
 TEST(Zoom, CorrectKeepsTheViewInsideThePicture) {
@@ -205,14 +203,6 @@ TEST(Zoom, Keys) {
   v->zval.zy = 5;
   zoom_key(v.get(), p.pic, sw, sh, 'C');
   EXPECT_FLOAT_EQ(v->zval.dx, v->zval.dy);
-  // zx->zy and zy->zx copy the factors.
-  v->zval.zx = 2;
-  v->zval.zy = 6;
-  zoom_key(v.get(), p.pic, sw, sh, 'x');
-  EXPECT_FLOAT_EQ(v->zval.zy, 2);
-  v->zval.zy = 6;
-  zoom_key(v.get(), p.pic, sw, sh, 'y');
-  EXPECT_FLOAT_EQ(v->zval.zx, 6);
   EXPECT_EQ(zoom_key(v.get(), p.pic, sw, sh, 'q'), -1);
 }
 
@@ -322,14 +312,6 @@ TEST(ScreenToPicture, CornersWithMirroring) {
   EXPECT_EQ(view_scr2pic(v.get(), p.pic, 0, 0, 0, 0, &px, &py), 0);
 }
 
-// Channels 2 and 4 recorded: they are slots 0 and 1 (the readout's sample).
-TEST(Readout, ChannelSlotsFollowTheRecordedChannels) {
-  Pic p(8, 8, 2);
-  p.pic->channels_recorded[2] = p.pic->channels_recorded[4] = 1;
-  for (auto [ch, slot] : {std::pair{2, 0}, {4, 1}, {3, -1}, {26, -1}})
-    EXPECT_EQ(view_channel_slot(p.pic, ch), slot) << ch;
-}
-
 TEST(Readout, PositionAndPixel) {
   Pic p(100, 50);
   auto v = new_view();
@@ -396,41 +378,6 @@ TEST(Messages, MainTitle) {
   }
   p.pic->fp = nullptr;  // closed
   EXPECT_EQ(main_title(p.pic), "Pava");
-}
-
-TEST(Messages, FileInfoRows) {
-  // Nothing open: one row that says so.
-  auto none = file_info_rows(nullptr);
-  ASSERT_EQ(none.size(), 1u);
-  EXPECT_EQ(none[0].second, "(none)");
-
-  Pic p(2048, 3, 2);
-  std::strcpy(p.pic->file_name, "/d/pass.hpt");
-  p.pic->file_type = FT_HPT;
-  std::strcpy(p.pic->sat_name, "NOAA 19");
-  p.pic->channels_recorded[1] = p.pic->channels_recorded[4] = 1;
-  p.pic->valid_time = 1;
-  const char fw[4] = {'\x01', '\x7f', '\x00', '\xff'};  // raw bytes, not text
-  std::memcpy(p.pic->firmware, fw, 4);
-  XLINE* first = pic_line(p.pic, 0);
-  first->tm_ms.valid = 1;
-  std::tm& t = first->tm_ms.tm;
-  t.tm_year = 124, t.tm_mon = 1, t.tm_mday = 29, t.tm_hour = 23, t.tm_min = 59, t.tm_sec = 58;
-  first->tm_ms.ms = 7;
-  std::vector<std::pair<std::string, std::string>> want = {
-      {"File", "/d/pass.hpt"},
-      {"Type", "FT_HPT"},
-      {"Satellite", "NOAA 19"},
-      {"Size", "2048 x 3"},
-      {"Channels", "1 4"},
-      {"Lines", "3"},
-      {"First line", "2024-02-29 23:59:58.007"},
-      {"Last line", "-"},  // no decoded time
-      {"Valid time", "OK"},
-      {"Valid kepler data", "Error"},
-      {"Firmware", "01 7f 00 ff"},
-  };
-  EXPECT_EQ(file_info_rows(p.pic), want);
 }
 
 }  // namespace
