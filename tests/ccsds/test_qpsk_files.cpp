@@ -137,7 +137,7 @@ TEST(QpskHeader, WriteAndReadBack) {
   EXPECT_FALSE(qpsk_is_hdr_block(reinterpret_cast<const uint8_t*>(nf.data())));
 }
 
-// The same recording with 16 symbol errors per codeword through the
+// A Metop recording with 16 symbol errors per codeword through the
 // program's own front door: detected and opened by pava-cli info, samples
 // read back with pava-cli line, both with --reed-solomon.
 TEST(QpskMetop, OpensWithPavaCli) {
