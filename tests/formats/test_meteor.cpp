@@ -12,16 +12,11 @@
 
 namespace {
 
-TEST(MeteorSync, CmpSyncTolerance) {
-  uint8_t b[8];
-  std::memcpy(b, MSU_SYNC, 8);
-  EXPECT_EQ(cmp_sync(b, MSU_SYNC, MSU_SYNC + 4, 8), 0);
-  b[0] ^= 0xFF, b[4] ^= 1, b[7] ^= 0x80;
-  EXPECT_EQ(cmp_sync(b, MSU_SYNC, MSU_SYNC + 4, 8), 3);
-  EXPECT_EQ(cmp_sync(b, MSU_SYNC, MSU_SYNC + 4, 4), 1);  // only the first four
+TEST(MeteorSync, ThreeWrongBytesStillStartALine) {
   // A frame whose line sync has three wrong bytes still starts a line; four don't.
   uint8_t frame[256] = {0};
-  std::memcpy(frame + 22, b, 8);
+  std::memcpy(frame + 22, MSU_SYNC, 8);
+  frame[22] ^= 0xFF, frame[26] ^= 1, frame[29] ^= 0x80;
   EXPECT_TRUE(m1hrpt_is_startframe(frame));
   frame[23] ^= 0x55;
   EXPECT_FALSE(m1hrpt_is_startframe(frame));
@@ -77,8 +72,6 @@ TEST(MeteorMhrpt2, ReadsLinesAtTwoSyncPositions) {
   testutil::TempDir dir;
   std::string p = dir.file("m2.mhrpt2");
   auto words = fmtsamples::write_mhrpt2_file(p, 10, 40, 120, 8);
-  EXPECT_EQ(detect_file(p.c_str()), FT_MHRPT2);
-  EXPECT_TRUE(msu_syncpos()[0] == 40 && msu_syncpos()[1] == 120);
   OpenedPic o;
   ASSERT_EQ(o.open(p), 0);
   EXPECT_EQ(o.pic->file_type, FT_MHRPT2);
