@@ -184,6 +184,25 @@ TEST_F(Link, AlignsOnFrameStartAfterJoiningMidFrame) {
   EXPECT_EQ(boardtest::drain_state().drains, (kHrptWords - 5000) / 1001);
 }
 
+// Recording stopped during a short read: the word built so far comes out, then 0.
+TEST_F(Link, StopDeliversTheWordBuiltSoFar) {
+  // One full block ending in the first half of a word, then nothing.
+  std::vector<uint8_t> raw = {0x80};
+  for (int i = 0; i < 511; i++) raw.insert(raw.end(), {0x01, 0xA0});
+  raw.push_back(0x25);  // data bits 0-3 = 5, bit 9 set
+  emu->raw = raw;
+  start_stream(0, HRPT, 600);
+  boardtest::drain_state().stop_after = 1;
+  int w = -1;
+  for (int i = 0; i < 512; i++) ASSERT_EQ(get_usb_data(rec.get(), &w), 1);
+  EXPECT_EQ(w, 0x001 | USBW_INSYNC);
+  EXPECT_EQ(get_usb_data(rec.get(), &w), 1);
+  EXPECT_EQ(w, 0x205);
+  EXPECT_EQ(rec->recording, 0);
+  EXPECT_EQ(get_usb_data(rec.get(), &w), 1);  // nothing built: 0
+  EXPECT_EQ(w, 0);
+}
+
 // ---- Sync ----
 
 TEST(UsbSync, Thresholds) {
