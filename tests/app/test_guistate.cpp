@@ -1,5 +1,5 @@
 // The GUI-settings file: names and values kept to one line, damaged lines.
-// Writing and reading back is checked by test_gui_state.sh on the real program.
+// Writing and reading back is checked by test_gui_main.sh on the real program.
 #include <gtest/gtest.h>
 
 #include "app/core/guistate.h"

@@ -186,7 +186,7 @@ TEST(Zoom, Keys) {
   auto v = new_view();
   correct_zoomval(v.get(), p.pic, sw, sh);
   // In about the centre: the centre stays, the factor is the zoom step (out,
-  // last and f are checked on screen by test_gui_viewer.sh).
+  // last and f are checked on screen by test_gui_sample.sh).
   ASSERT_EQ(zoom_key(v.get(), p.pic, sw, sh, 'i'), 0);
   EXPECT_EQ(zoom(*v), Z(2, 2, 100, 75));
   // The zoom step follows the fixed zoom factor.
